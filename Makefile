@@ -1,0 +1,35 @@
+# Entry points for a fresh Debian machine (run as root): each target installs
+# what it needs, then builds. Re-running fetches and rebuilds nothing new.
+BUILD_DIR ?= build/default
+CMAKE_CONFIGURE = cmake --preset default -B $(BUILD_DIR)
+WINE = scripts/with-wine.sh
+
+.PHONY: all setup configure build test bench demo format clean
+
+all: build
+
+setup:
+	@scripts/setup.sh
+
+$(BUILD_DIR)/build.ninja: | setup
+	$(CMAKE_CONFIGURE)
+
+configure: setup $(BUILD_DIR)/build.ninja
+
+build: configure
+	cmake --build $(BUILD_DIR)
+
+test: build
+	$(WINE) ctest --test-dir $(BUILD_DIR) --output-on-failure -j2
+
+bench: build
+	$(WINE) scripts/run-benchmarks.sh $(BUILD_DIR)
+
+demo: build
+	$(WINE) scripts/demo.sh $(BUILD_DIR)
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build

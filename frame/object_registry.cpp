@@ -1,0 +1,23 @@
+#include "frame/object_registry.h"
+
+#include <exception>
+
+namespace {
+constexpr uint32_t kAlreadyExists = 183;  // ERROR_ALREADY_EXISTS
+constexpr uint32_t kNotFound = 1168;      // ERROR_NOT_FOUND
+}  // namespace
+
+uint32_t ObjectRegistry::Register(const wchar_t* name, IObjectConstructor* constructor) {
+  if (!name || !constructor) return kNotFound;
+  kel::CriticalSectionLock lock(cs_);
+  try {
+    return constructors_.emplace(name, constructor).second ? 0 : kAlreadyExists;
+  } catch (const std::exception&) {
+    return kNotFound;
+  }
+}
+
+uint32_t RegisterObjectConstructor(const wchar_t* name, IObjectConstructor* constructor) {
+  ObjectRegistryHandle registry;
+  return registry.get() ? registry->Register(name, constructor) : kNotFound;
+}

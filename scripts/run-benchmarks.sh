@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Runs every benchmark program of a build under Wine (called by make bench).
+set -euo pipefail
+build=${1:-build/default}
+status=0
+for exe in "$build"/bin/bench_*.exe; do
+  [ -e "$exe" ] || continue
+  echo "== $(basename "$exe")"
+  /usr/lib/wine/wine64 "$exe" --benchmark_counters_tabular=true || status=1
+done
+exit $status
