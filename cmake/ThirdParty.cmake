@@ -38,6 +38,12 @@ if(EXISTS ${KEL_THIRD_PARTY_DIR}/libjsoncpp/CMakeLists.txt)
   set(GIT_VERSION 1.7.1)
   add_subdirectory(${KEL_THIRD_PARTY_DIR}/benchmark ${CMAKE_BINARY_DIR}/third_party/benchmark EXCLUDE_FROM_ALL)
   add_library(kel::benchmark ALIAS benchmark_main)
+
+  # Their headers are not ours to keep warning-free.
+  foreach(lib jsoncpp_lib pugixml-static benchmark benchmark_main)
+    get_target_property(dirs ${lib} INTERFACE_INCLUDE_DIRECTORIES)
+    set_target_properties(${lib} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${dirs}")
+  endforeach()
 else()
   find_package(jsoncpp CONFIG REQUIRED)
   find_package(pugixml CONFIG REQUIRED)

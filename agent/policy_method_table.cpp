@@ -1,0 +1,24 @@
+#include "agent/policy_method_table.h"
+
+#include <cwchar>
+#include <cwctype>
+
+namespace EnterpriseIntegration {
+namespace {
+
+bool EqualIgnoringCase(const wchar_t* a, const wchar_t* b) {
+  for (;; ++a, ++b) {
+    if (std::towlower(*a) != std::towlower(*b)) return false;
+    if (*a == L'\0') return true;
+  }
+}
+
+}  // namespace
+
+const PolicyMethodEntry* PolicyMethodTable::Find(const wchar_t* name) const {
+  for (size_t i = 0; i < count; ++i)
+    if (EqualIgnoringCase(rows[i].name, name)) return &rows[i];
+  return nullptr;
+}
+
+}  // namespace EnterpriseIntegration

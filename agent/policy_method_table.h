@@ -1,0 +1,55 @@
+#pragma once
+// An agent's policy methods: rows of {name, handler}, looked up by name
+// case-insensitively, first match wins.
+//
+//   const PolicyMethodEntry kMethods[] = {
+//       {L"SetRBLSettings", Handle<&Agent::SetRBLSettings>},
+//       {L"GetRBLSettings", Handle<&Agent::GetRBLSettings>},
+//   };
+//
+// A handler returns true when the input was valid and it has reported its own
+// result through the method object; false when the input failed validation.
+#include <cstddef>
+
+#include "sdk/policy_method.h"
+
+namespace EnterpriseIntegration {
+
+class AgentBase;
+
+using PolicyHandler = bool (*)(AgentBase& agent, IPolicyMethod& method);
+
+struct PolicyMethodEntry {
+  const wchar_t* name;
+  PolicyHandler handler;
+};
+
+struct PolicyMethodTable {
+  const PolicyMethodEntry* rows = nullptr;
+  size_t count = 0;
+
+  PolicyMethodTable() = default;
+  template <size_t N>
+  PolicyMethodTable(const PolicyMethodEntry (&table)[N]) : rows(table), count(N) {}  // NOLINT
+
+  // The first row whose name equals `name` ignoring case, or null.
+  const PolicyMethodEntry* Find(const wchar_t* name) const;
+};
+
+namespace detail {
+template <class M>
+struct MemberOf;
+template <class C>
+struct MemberOf<bool (C::*)(IPolicyMethod&)> {
+  using Class = C;
+};
+}  // namespace detail
+
+// Adapts a member handler `bool Agent::Method(IPolicyMethod&)` to a table row.
+template <auto Method>
+bool Handle(AgentBase& agent, IPolicyMethod& method) {
+  using Agent = typename detail::MemberOf<decltype(Method)>::Class;
+  return (static_cast<Agent&>(agent).*Method)(method);
+}
+
+}  // namespace EnterpriseIntegration

@@ -1,0 +1,121 @@
+#pragma once
+// In-process stand-ins for the host side of an agent: the host object, its
+// component manager, the manager and a policy-method object.
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <json/value.h>
+
+#include "sdk/agent.h"
+#include "sdk/manager.h"
+#include "sdk/policy_method.h"
+#include "sdk/serv_main.h"
+
+namespace kel::test {
+
+class FakeComponentManager : public IComponentManager {
+ public:
+  void Offer(const std::wstring& name, const kel::InterfaceId& iid, void* object) {
+    components_[name] = {iid, object};
+  }
+  void Refuse(const std::wstring& name, uint32_t code) { refused_[name] = code; }
+
+  uint32_t GetComponent(const wchar_t* name, const kel::InterfaceId* iid, void** object) override {
+    gets.push_back(name);
+    if (auto r = refused_.find(name); r != refused_.end()) return r->second;
+    auto c = components_.find(name);
+    if (c == components_.end() || c->second.first != *iid) return 1168;
+    *object = c->second.second;
+    ++held[name];
+    return 0;
+  }
+  void ReleaseComponent(const wchar_t* name) override {
+    releases.push_back(name);
+    --held[name];
+  }
+
+  std::vector<std::wstring> gets;
+  std::vector<std::wstring> releases;
+  std::map<std::wstring, int> held;
+
+ private:
+  std::map<std::wstring, std::pair<kel::InterfaceId, void*>> components_;
+  std::map<std::wstring, uint32_t> refused_;
+};
+
+class FakeServMain : public IServMain {
+ public:
+  explicit FakeServMain(IComponentManager* components) : components_(components) {}
+  void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
+  IComponentManager* GetComponentManager() override { return components_; }
+
+ private:
+  IComponentManager* components_;
+};
+
+struct SentEvent {
+  std::wstring name;
+  Json::Value body;
+  uint32_t options;
+};
+
+class FakeManager : public EnterpriseIntegration::IManager {
+ public:
+  void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
+  uint32_t SendEvent(const wchar_t* name, const Json::Value* body, uint32_t options) override {
+    events.push_back({name, body ? *body : Json::Value(), options});
+    return 0;
+  }
+  uint32_t LogEvent(const wchar_t*, const Json::Value*, uint32_t) override { return 0; }
+  bool IsConnected() override { return true; }
+  bool RegisterAgent(EnterpriseIntegration::IAgent* agent) override {
+    ++registerCalls;
+    if (!acceptRegistration) return false;
+    registered.insert(agent);
+    return true;
+  }
+  void UnregisterAgent(EnterpriseIntegration::IAgent* agent) override {
+    ++unregisterCalls;
+    registered.erase(agent);
+  }
+  void NotifyConfigurationChanged(uint32_t what) override { changes.push_back(what); }
+
+  bool acceptRegistration = true;
+  int registerCalls = 0;
+  int unregisterCalls = 0;
+  std::set<EnterpriseIntegration::IAgent*> registered;
+  std::vector<SentEvent> events;
+  std::vector<uint32_t> changes;
+};
+
+class FakePolicyMethod : public IPolicyMethod {
+ public:
+  explicit FakePolicyMethod(std::wstring name, Json::Value input = Json::objectValue)
+      : name_(std::move(name)), input_(std::move(input)) {}
+
+  void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
+  const wchar_t* GetPolicyId() override { return nullPolicy ? nullptr : L"policy-1"; }
+  uint32_t GetResult() override { return result; }
+  const wchar_t* GetMethodName() override { return nullName ? nullptr : name_.c_str(); }
+  const Json::Value* GetInput() override { return nullInput ? nullptr : &input_; }
+  Json::Value* GetOutput() override { return nullOutput ? nullptr : &output; }
+  void SetResult(uint32_t code) override {
+    result = code;
+    ++resultsSet;
+  }
+
+  bool nullPolicy = false, nullInput = false, nullOutput = false, nullName = false;
+  uint32_t result = 0xFFFFFFFF;  // "never set"
+  int resultsSet = 0;
+  Json::Value output;
+
+ private:
+  std::wstring name_;
+  Json::Value input_;
+};
+
+}  // namespace kel::test

@@ -1,0 +1,339 @@
+// The agent base classes, through the same slots the host uses: lifecycle and
+// rollback, registration, events and policy-method dispatch.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <vector>
+
+#include "agent/agent.h"
+#include "sdk/sample/isample.h"
+#include "tests/agent/fakes.h"
+#include "tests/frame/log_sink_probe.h"
+#include "tests/support/vtable.h"
+
+namespace EnterpriseIntegration {
+template <>
+struct PluginTraits<kel::nusdk::Sample::ISample> {
+  static constexpr const kel::InterfaceId& kIid = kel::nusdk::Sample::IID_ISample;
+  static constexpr const wchar_t* kTypeName = L"struct kel::nusdk::Sample::ISample";
+};
+}  // namespace EnterpriseIntegration
+
+namespace {
+
+using kel::nusdk::Sample::ISample;
+using kel::test::FakeComponentManager;
+using kel::test::FakeManager;
+using kel::test::FakePolicyMethod;
+using kel::test::FakeServMain;
+
+// A plug-in that is only ever held, never called.
+class InertPlugin : public ISample {
+ public:
+  void* QueryInterface(const kel::InterfaceId*) override { return this; }
+  uint32_t SetSettings(const kel::nusdk::Sample::SampleSettings&) override { return 0; }
+  uint32_t GetSettings(kel::nusdk::Sample::SampleSettings&) override { return 0; }
+  uint32_t Advise(kel::nusdk::Sample::ISampleNotifications*) override { return 0; }
+  uint32_t Unadvise(kel::nusdk::Sample::ISampleNotifications*) override { return 0; }
+};
+
+class ProbeAgent final : public EnterpriseIntegration::Agent<ISample> {
+ public:
+  ProbeAgent() : Agent(L"Test.Probe", L"Probe::Agent") {}
+
+  bool Echo(IPolicyMethod& method) {
+    *method.GetOutput() = *method.GetInput();
+    method.SetResult(0);
+    return true;
+  }
+  bool Reject(IPolicyMethod&) { return false; }
+  bool PassThrough(IPolicyMethod& method) {
+    method.SetResult(2250);
+    return true;
+  }
+  bool Throw(IPolicyMethod&) { throw std::runtime_error("broken plug-in"); }
+
+  EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override { return kMethods; }
+
+  using Agent::SendEvent;
+
+ private:
+  static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
+      {L"Echo", EnterpriseIntegration::Handle<&ProbeAgent::Echo>},
+      {L"Reject", EnterpriseIntegration::Handle<&ProbeAgent::Reject>},
+      {L"PassThrough", EnterpriseIntegration::Handle<&ProbeAgent::PassThrough>},
+      {L"Throw", EnterpriseIntegration::Handle<&ProbeAgent::Throw>},
+      {L"echo", EnterpriseIntegration::Handle<&ProbeAgent::Reject>},  // shadowed: first match wins
+  };
+};
+
+class AgentFramework : public ::testing::Test {
+ protected:
+  AgentFramework() : main_(&components_) {
+    components_.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager,
+                      static_cast<EnterpriseIntegration::IManager*>(&manager_));
+    components_.Offer(L"Test.Probe", kel::nusdk::Sample::IID_ISample,
+                      static_cast<ISample*>(&plugin_));
+    sink_.DrainLines();  // the agent's handle has bound log.dll; start from a clean record
+  }
+
+  uint32_t Run(FakePolicyMethod& method) {
+    agent_.RunPolicyMethod(&method);
+    return method.result;
+  }
+
+  // Lines at levels other than the traces, as (level, function, message).
+  std::vector<RecordedLine> Messages() {
+    std::vector<RecordedLine> kept;
+    for (RecordedLine& line : sink_.DrainLines())
+      if (line.depth_change == 0) kept.push_back(line);
+    return kept;
+  }
+
+  FakeComponentManager components_;
+  FakeServMain main_;
+  FakeManager manager_;
+  InertPlugin plugin_;
+  ProbeAgent agent_;
+  SinkProbe sink_;
+};
+
+TEST_F(AgentFramework, InitWithoutHostOrComponentManagerFailsAndLogs) {
+  EXPECT_EQ(agent_.Init(nullptr), 5002u);
+  FakeServMain noComponents(nullptr);
+  EXPECT_EQ(agent_.Init(&noComponents), 5002u);
+  const RecordedLine expected{4, 0, L"ServPlugin<struct EnterpriseIntegration::IManager>::GetPlugin",
+                              L"Null component manager"};
+  EXPECT_EQ(Messages(), (std::vector<RecordedLine>{expected, expected}));
+  EXPECT_FALSE(agent_.HasPlugins());
+}
+
+TEST_F(AgentFramework, RefusedManagerLeavesNothingHeld) {
+  components_.Refuse(L"EndpointIntegration.Manager", 1168);
+  EXPECT_EQ(agent_.Init(&main_), 5002u);
+  EXPECT_EQ(Messages(), (std::vector<RecordedLine>{
+                            {8, 0, L"ServPlugin<struct EnterpriseIntegration::IManager>::GetPlugin",
+                             L"Error 1168 getting plugin \"EndpointIntegration.Manager\""}}));
+  EXPECT_EQ(components_.gets, (std::vector<std::wstring>{L"EndpointIntegration.Manager"}))
+      << "the plug-in is not asked for once the manager failed";
+}
+
+TEST_F(AgentFramework, RefusedPluginAfterManagerGivesTheManagerBack) {
+  components_.Refuse(L"Test.Probe", 2);
+  EXPECT_EQ(agent_.Init(&main_), 5002u);
+  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+  EXPECT_EQ(agent_.manager(), nullptr);
+  EXPECT_EQ(agent_.plugin(), nullptr);
+  EXPECT_EQ(Messages(), (std::vector<RecordedLine>{
+                            {8, 0, L"ServPlugin<struct kel::nusdk::Sample::ISample>::GetPlugin",
+                             L"Error 2 getting plugin \"Test.Probe\""}}));
+}
+
+TEST_F(AgentFramework, LifecycleRegistersOnStartAndReleasesEverythingOnUninit) {
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  EXPECT_TRUE(agent_.HasPlugins());
+  agent_.Stop();
+  EXPECT_EQ(manager_.unregisterCalls, 0) << "stop before start must not call the manager";
+
+  EXPECT_EQ(agent_.Start(), 0u);
+  EXPECT_EQ(manager_.registered.count(&agent_), 1u);
+  agent_.Stop();
+  agent_.Stop();
+  EXPECT_EQ(manager_.unregisterCalls, 1);
+
+  EXPECT_EQ(agent_.Start(), 0u);
+  agent_.Uninit();  // also unregisters
+  EXPECT_TRUE(manager_.registered.empty());
+  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+  EXPECT_EQ(agent_.Start(), 21u) << "nothing to register with";
+}
+
+TEST_F(AgentFramework, ReinitGivesBackWhatItHoldsBeforeGettingItAgain) {
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 1);
+  EXPECT_EQ(components_.held[L"Test.Probe"], 1);
+  components_.Refuse(L"Test.Probe", 5);
+  EXPECT_EQ(agent_.Init(&main_), 5002u);
+  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+}
+
+TEST_F(AgentFramework, RefusedRegistrationIs1627AndLeavesTheAgentUnregistered) {
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  manager_.acceptRegistration = false;
+  EXPECT_EQ(agent_.Start(), 1627u);
+  EXPECT_FALSE(agent_.registered());
+  agent_.Stop();
+  EXPECT_EQ(manager_.unregisterCalls, 0);
+}
+
+TEST_F(AgentFramework, EventsReachTheManagerWithTheirOptionWord) {
+  Json::Value body;
+  body["count"] = 3;
+  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Happened", body, 512), 21u) << "no manager yet";
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Happened", body, 512), 0u);
+  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Other", Json::Value(Json::objectValue)), 0u);
+  ASSERT_EQ(manager_.events.size(), 2u);
+  EXPECT_EQ(manager_.events[0].name, L"Test.Probe.Happened");
+  EXPECT_EQ(manager_.events[0].body, body);
+  EXPECT_EQ(manager_.events[0].options, 512u);
+  EXPECT_EQ(manager_.events[1].options, 0u);
+}
+
+TEST_F(AgentFramework, PrecheckRefusesInTheFixedOrder) {
+  FakePolicyMethod method(L"Echo");
+  method.nullPolicy = method.nullInput = true;
+  EXPECT_EQ(Run(method), 21u) << "missing plug-ins come first, whatever else is wrong";
+  agent_.RunPolicyMethod(nullptr);  // no object to report to; must not crash
+
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  Messages();
+  agent_.RunPolicyMethod(nullptr);
+  for (auto flag : {&FakePolicyMethod::nullPolicy, &FakePolicyMethod::nullInput,
+                    &FakePolicyMethod::nullOutput}) {
+    FakePolicyMethod broken(L"Echo");
+    broken.*flag = true;
+    EXPECT_EQ(Run(broken), 13u);
+    EXPECT_EQ(broken.resultsSet, 1);
+  }
+  const wchar_t* lambda = L"Probe::Agent::RunPolicyMethod::<lambda_1>::operator ()";
+  EXPECT_EQ(Messages(), (std::vector<RecordedLine>{{4, 0, lambda, L"invalid policy parameter"},
+                                                   {4, 0, lambda, L"invalid policy data"},
+                                                   {4, 0, lambda, L"invalid policy data"},
+                                                   {4, 0, lambda, L"invalid policy data"}}));
+}
+
+TEST_F(AgentFramework, MethodNamesMatchWithOrWithoutTheLeadingPrefixIgnoringCase) {
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  Json::Value input;
+  input["x"] = 1;
+  for (const wchar_t* name : {L"Echo", L"ECHO", L"Test.Probe.Echo", L"Test.Probe.eCHo"}) {
+    FakePolicyMethod method(name, input);
+    EXPECT_EQ(Run(method), 0u) << std::wstring(name).size();
+    EXPECT_EQ(method.output, input);
+  }
+  // The prefix counts only at the very start, whole, and is case-sensitive.
+  for (const wchar_t* name : {L"xTest.Probe.Echo", L"Test.ProbeEcho", L"test.probe.Echo",
+                              L"Test.Probe.", L"Test.Probe", L"", L"Ech", L"Echo2"}) {
+    FakePolicyMethod method(name);
+    EXPECT_EQ(Run(method), 4317u) << std::wstring(name).size();
+  }
+  FakePolicyMethod unnamed(L"Echo");
+  unnamed.nullName = true;
+  EXPECT_EQ(Run(unnamed), 4317u);
+}
+
+TEST_F(AgentFramework, HandlerOutcomesBecomeResultCodesAndLogLines) {
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  Messages();
+  FakePolicyMethod rejected(L"Test.Probe.Reject");
+  EXPECT_EQ(Run(rejected), 160u);
+  FakePolicyMethod passed(L"PassThrough");
+  EXPECT_EQ(Run(passed), 2250u) << "a plug-in's own code passes through unchanged";
+  FakePolicyMethod unknown(L"Nope");
+  EXPECT_EQ(Run(unknown), 4317u);
+  FakePolicyMethod throwing(L"Throw");
+  EXPECT_EQ(Run(throwing), 1359u);
+
+  const wchar_t* fn = L"Probe::Agent::RunPolicyMethod";
+  EXPECT_EQ(Messages(), (std::vector<RecordedLine>{{32, 0, fn, L"Method name is 'Reject'"},
+                                                   {8, 0, fn, L"Reject - input validation failed"},
+                                                   {32, 0, fn, L"Method name is 'PassThrough'"},
+                                                   {32, 0, fn, L"Method name is 'Nope'"},
+                                                   {8, 0, fn, L"Function Nope not found"},
+                                                   {32, 0, fn, L"Method name is 'Throw'"}}));
+}
+
+TEST_F(AgentFramework, PublicOperationsAreTraced) {
+  agent_.Init(&main_);
+  FakePolicyMethod method(L"Echo");
+  Run(method);
+  std::vector<std::wstring> traces;
+  for (const RecordedLine& line : sink_.DrainLines())
+    if (line.depth_change != 0) traces.push_back(line.message.substr(0, line.message.find(L'[')));
+  EXPECT_EQ(traces, (std::vector<std::wstring>{
+                        L"-> Probe::Agent::Init()", L"<- Probe::Agent::Init() ",
+                        L"-> Probe::Agent::RunPolicyMethod()",
+                        L"<- Probe::Agent::RunPolicyMethod() "}));
+}
+
+// The host reaches the agent by slot number; so does this test.
+TEST_F(AgentFramework, HostSlotsAreInTheirContractOrder) {
+  using kel::test::CallSlot;
+  void* agent = static_cast<EnterpriseIntegration::IAgent*>(&agent_);
+  for (const kel::InterfaceId* iid : {&IID_IKelBaseInterface, &IID_IServPlugin,
+                                      &EnterpriseIntegration::IID_IAgent}) {
+    EXPECT_EQ(CallSlot<void*>(agent, 0, iid), agent);
+  }
+  const kel::InterfaceId other{1, 2};
+  EXPECT_EQ(CallSlot<void*>(agent, 0, &other), nullptr);
+
+  EXPECT_EQ(CallSlot<uint32_t>(agent, 1, static_cast<IServMain*>(&main_)), 0u);
+  EXPECT_EQ(CallSlot<uint32_t>(agent, 3), 0u);
+  EXPECT_EQ(manager_.registerCalls, 1);
+  CallSlot<void>(agent, 4);
+  EXPECT_EQ(manager_.unregisterCalls, 1);
+  EXPECT_EQ(CallSlot<uint32_t>(agent, 5, static_cast<IFeatureStateSink*>(nullptr)), 0u);
+  EXPECT_EQ(CallSlot<uint32_t>(agent, 6, 7u), 0u);
+
+  FakePolicyMethod method(L"Test.Probe.PassThrough");
+  CallSlot<void>(agent, 7, static_cast<IPolicyMethod*>(&method));
+  EXPECT_EQ(method.result, 2250u);
+  EXPECT_TRUE(CallSlot<bool>(agent, 8));
+
+  struct Names : INameSink {
+    void AddName(const wchar_t* name) override { names.push_back(name); }
+    std::vector<std::wstring> names;
+  } names;
+  CallSlot<void>(agent, 9, static_cast<INameSink*>(&names));
+  EXPECT_EQ(names.names, (std::vector<std::wstring>{L"Test.Probe"}));
+
+  wchar_t buffer[6];
+  EXPECT_EQ(CallSlot<uint32_t>(agent, 10, buffer, 6u), 10u);
+  EXPECT_STREQ(buffer, L"Test.");
+  EXPECT_STREQ(CallSlot<const wchar_t*>(agent, 11), L"Test.Probe");
+  CallSlot<void>(agent, 12);
+  CallSlot<void>(agent, 13);
+  EXPECT_EQ(CallSlot<uint32_t>(agent, 14), 0u);
+
+  CallSlot<void>(agent, 2);  // uninit
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+}
+
+// The agent calls the manager and the component manager by slot too; these
+// pin the slots of the host interfaces as this module declares them.
+TEST_F(AgentFramework, HostInterfacesKeepTheirSlots) {
+  using kel::test::CallSlot;
+  void* manager = static_cast<EnterpriseIntegration::IManager*>(&manager_);
+  Json::Value body(7);
+  EXPECT_EQ(CallSlot<uint32_t>(manager, 1, L"E", static_cast<const Json::Value*>(&body), 512u), 0u);
+  EXPECT_EQ(manager_.events.at(0).options, 512u);
+  EXPECT_TRUE(CallSlot<bool>(manager, 4, static_cast<EnterpriseIntegration::IAgent*>(&agent_)));
+  CallSlot<void>(manager, 5, static_cast<EnterpriseIntegration::IAgent*>(&agent_));
+  EXPECT_EQ(manager_.unregisterCalls, 1);
+  CallSlot<void>(manager, 6, 1u);
+  EXPECT_EQ(manager_.changes, (std::vector<uint32_t>{1}));
+
+  void* components = static_cast<IComponentManager*>(&components_);
+  void* object = nullptr;
+  EXPECT_EQ(CallSlot<uint32_t>(components, 0, L"Test.Probe", &kel::nusdk::Sample::IID_ISample,
+                               &object),
+            0u);
+  CallSlot<void>(components, 1, L"Test.Probe");
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+
+  FakePolicyMethod method(L"M", Json::Value(3));
+  void* call = static_cast<IPolicyMethod*>(&method);
+  EXPECT_STREQ(CallSlot<const wchar_t*>(call, 1), L"policy-1");
+  EXPECT_STREQ(CallSlot<const wchar_t*>(call, 3), L"M");
+  EXPECT_EQ(*CallSlot<const Json::Value*>(call, 4), Json::Value(3));
+  EXPECT_EQ(CallSlot<Json::Value*>(call, 5), &method.output);
+  CallSlot<void>(call, 6, 42u);
+  EXPECT_EQ(CallSlot<uint32_t>(call, 2), 42u);
+}
+
+}  // namespace
