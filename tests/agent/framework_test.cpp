@@ -6,18 +6,10 @@
 #include <vector>
 
 #include "agent/agent.h"
-#include "sdk/sample/isample.h"
 #include "tests/agent/fakes.h"
+#include "tests/agent/sample_agent/sample_agent.h"
 #include "tests/frame/log_sink_probe.h"
 #include "tests/support/vtable.h"
-
-namespace EnterpriseIntegration {
-template <>
-struct PluginTraits<kel::nusdk::Sample::ISample> {
-  static constexpr const kel::InterfaceId& kIid = kel::nusdk::Sample::IID_ISample;
-  static constexpr const wchar_t* kTypeName = L"struct kel::nusdk::Sample::ISample";
-};
-}  // namespace EnterpriseIntegration
 
 namespace {
 

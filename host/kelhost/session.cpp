@@ -1,0 +1,349 @@
+#include "host/kelhost/session.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cwchar>
+#include <exception>
+#include <thread>
+#include <vector>
+
+#include "frame/interface_id_text.h"
+#include "host/kelhost/json_io.h"
+#include "host/kelhost/policy_method.h"
+#include "host/kelhost/sinks.h"
+#include "frame/text_convert.h"
+
+namespace kelhost {
+namespace {
+
+// A command that cannot be carried out; becomes the reply's "error" and "detail".
+struct OpError {
+  std::string error;
+  std::string detail;
+};
+
+// Members every command may carry besides those of its op.
+constexpr const char* kCommonFields[] = {"op", "expect", "expectHas", "expectAbsent"};
+
+std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
+
+const Json::Value* Field(const Json::Value& command, const char* key) {
+  return FindMember(command, key);
+}
+
+std::string RequiredString(const Json::Value& command, const char* key) {
+  const Json::Value* value = Field(command, key);
+  if (value == nullptr) throw OpError{"missing field", Quoted(key) + " is required"};
+  if (!value->isString()) throw OpError{"bad field", Quoted(key) + " must be a string"};
+  return value->asString();
+}
+
+std::string OptionalString(const Json::Value& command, const char* key,
+                           const std::string& fallback) {
+  const Json::Value* value = Field(command, key);
+  if (value == nullptr) return fallback;
+  if (!value->isString()) throw OpError{"bad field", Quoted(key) + " must be a string"};
+  return value->asString();
+}
+
+bool OptionalBool(const Json::Value& command, const char* key, bool fallback) {
+  const Json::Value* value = Field(command, key);
+  if (value == nullptr) return fallback;
+  if (!value->isBool()) throw OpError{"bad field", Quoted(key) + " must be true or false"};
+  return value->asBool();
+}
+
+uint32_t UInt32Of(const Json::Value& value, const char* key) {
+  // isUInt() also accepts integral doubles; a script writes integers as integers.
+  if (value.type() == Json::realValue || !value.isUInt()) {
+    throw OpError{"bad field", Quoted(key) + " must be an unsigned 32-bit integer"};
+  }
+  return value.asUInt();
+}
+
+uint32_t RequiredUInt32(const Json::Value& command, const char* key) {
+  const Json::Value* value = Field(command, key);
+  if (value == nullptr) throw OpError{"missing field", Quoted(key) + " is required"};
+  return UInt32Of(*value, key);
+}
+
+Json::Value Code(uint32_t code) { return Json::Value(static_cast<Json::UInt>(code)); }
+
+void CollectLine(void* context, uint32_t level, uint16_t, const wchar_t* function,
+                 const wchar_t* message) {
+  try {
+    Json::Value line(Json::objectValue);
+    line["level"] = Code(level);
+    line["function"] =
+        function ? kel::Utf8FromWide(function, std::wcslen(function)) : std::string();
+    line["message"] = message ? kel::Utf8FromWide(message, std::wcslen(message)) : std::string();
+    static_cast<Json::Value*>(context)->append(std::move(line));
+  } catch (...) {
+  }
+}
+
+}  // namespace
+
+const std::map<std::string, Session::Op>& Session::Ops() {
+  static const char* const kNone[] = {nullptr};
+  static const char* const kCreate[] = {"class", "as", "iid", nullptr};
+  static const char* const kAgent[] = {"agent", nullptr};
+  static const char* const kCall[] = {"agent",      "method",       "input",
+                                      "policyId",   "nullPolicy",   "nullInput",
+                                      "nullOutput", "nullAccessor", nullptr};
+  static const char* const kPlugin[] = {"name", "available", "fail", nullptr};
+  static const char* const kManager[] = {"register", nullptr};
+  static const char* const kNotify[] = {"plugin", "notification", "data", nullptr};
+  static const char* const kEvents[] = {"count", "waitMs", nullptr};
+  static const char* const kSleep[] = {"ms", nullptr};
+  // clang-format off
+  static const std::map<std::string, Op> ops = {
+      {"create",      {&Session::Create, kCreate}},
+      {"init",        {&Session::Init, kAgent}},
+      {"start",       {&Session::Start, kAgent}},
+      {"stop",        {&Session::Stop, kAgent}},
+      {"uninit",      {&Session::Uninit, kAgent}},
+      {"destroy",     {&Session::Destroy, kAgent}},
+      {"call",        {&Session::Call, kCall}},
+      {"functioning", {&Session::Functioning, kAgent}},
+      {"names",       {&Session::Names, kAgent}},
+      {"features",    {&Session::Features, kAgent}},
+      {"plugin",      {&Session::Plugin, kPlugin}},
+      {"manager",     {&Session::ManagerOp, kManager}},
+      {"notify",      {&Session::Notify, kNotify}},
+      {"events",      {&Session::Events, kEvents}},
+      {"log",         {&Session::Log, kNone}},
+      {"sleep",       {&Session::Sleep, kSleep}},
+  };
+  // clang-format on
+  return ops;
+}
+
+Json::Value Session::Execute(const Json::Value& command) noexcept {
+  Json::Value reply(Json::objectValue);
+  try {
+    if (const Json::Value* op = Field(command, "op")) reply["op"] = *op;
+    try {
+      const std::string name = RequiredString(command, "op");
+      const auto found = Ops().find(name);
+      if (found == Ops().end()) throw OpError{"unknown op", "there is no op " + Quoted(name)};
+      // A misspelt member would otherwise be ignored without a word.
+      for (const std::string& member : command.getMemberNames()) {
+        const char* const* fields = found->second.fields;
+        bool known = std::find(std::begin(kCommonFields), std::end(kCommonFields), member) !=
+                     std::end(kCommonFields);
+        for (; !known && *fields != nullptr; ++fields) known = member == *fields;
+        if (!known) throw OpError{"unknown field", name + " has no field " + Quoted(member)};
+      }
+      (this->*found->second.handler)(command, reply);
+    } catch (const OpError& failure) {
+      reply["error"] = failure.error;
+      reply["detail"] = failure.detail;
+    }
+  } catch (const std::exception& e) {
+    reply["error"] = "exception";
+    reply["detail"] = e.what();
+  } catch (...) {
+    reply["error"] = "exception";
+    reply["detail"] = "an unknown exception";
+  }
+  return reply;
+}
+
+Session::Instance& Session::Live(const Json::Value& command) {
+  const std::string name = RequiredString(command, "agent");
+  auto found = instances_.find(name);
+  if (found == instances_.end())
+    throw OpError{"unknown agent", "no object is named " + Quoted(name)};
+  if (found->second.destroyed) {
+    throw OpError{"agent destroyed", Quoted(name) + " was given back with destroy"};
+  }
+  return found->second;
+}
+
+EnterpriseIntegration::IAgent* Session::AgentOf(const Json::Value& command) {
+  Instance& instance = Live(command);
+  if (!instance.agentQueried) {
+    // Every interface's slot 0 is the query, whatever the object was created as.
+    instance.agent = static_cast<EnterpriseIntegration::IAgent*>(
+        instance.object->QueryInterface(&EnterpriseIntegration::IID_IAgent));
+    instance.agentQueried = true;
+  }
+  if (instance.agent == nullptr) {
+    throw OpError{"not an agent", Quoted(RequiredString(command, "agent")) +
+                                      " does not answer the agent interface"};
+  }
+  return instance.agent;
+}
+
+void Session::Create(const Json::Value& command, Json::Value& reply) {
+  const std::string className = RequiredString(command, "class");
+  const std::string as = OptionalString(command, "as", className);
+  kel::InterfaceId iid = IID_IKelBaseInterface;
+  if (const Json::Value* text = Field(command, "iid")) {
+    if (!text->isString() || !kel::InterfaceIdFromText(kel::WideFromUtf8(text->asString()), iid)) {
+      throw OpError{"bad field", "\"iid\" must be GUID text"};
+    }
+  }
+  auto existing = instances_.find(as);
+  if (existing != instances_.end() && !existing->second.destroyed) {
+    throw OpError{"name in use", Quoted(as) + " names an object not yet destroyed"};
+  }
+  Instance instance;
+  instance.className = kel::WideFromUtf8(className);
+  void* object = nullptr;
+  const uint32_t result = parts_.create(instance.className.c_str(), &iid, &object);
+  reply["result"] = Code(result);
+  if (result != 0 || object == nullptr) return;
+  instance.object = static_cast<IKelBaseInterface*>(object);
+  instance.serial = ++serial_;
+  instances_[as] = std::move(instance);
+}
+
+void Session::Init(const Json::Value& command, Json::Value& reply) {
+  reply["result"] = Code(AgentOf(command)->Init(parts_.servMain));
+}
+
+void Session::Start(const Json::Value& command, Json::Value& reply) {
+  reply["result"] = Code(AgentOf(command)->Start());
+}
+
+void Session::Stop(const Json::Value& command, Json::Value&) { AgentOf(command)->Stop(); }
+
+void Session::Uninit(const Json::Value& command, Json::Value&) { AgentOf(command)->Uninit(); }
+
+void Session::Destroy(const Json::Value& command, Json::Value&) {
+  Instance& instance = Live(command);
+  instance.destroyed = true;
+  parts_.destroy(instance.className.c_str(), instance.object);
+}
+
+void Session::Call(const Json::Value& command, Json::Value& reply) {
+  EnterpriseIntegration::IAgent* agent = AgentOf(command);
+  const Json::Value* method = Field(command, "method");
+  if (method != nullptr && !method->isString()) {
+    throw OpError{"bad field", "\"method\" must be a string"};
+  }
+  const Json::Value* input = Field(command, "input");
+  PolicyMethod::NullAccessors nulls;
+  nulls.policy = OptionalBool(command, "nullPolicy", false);
+  nulls.input = OptionalBool(command, "nullInput", false);
+  nulls.output = OptionalBool(command, "nullOutput", false);
+  const bool nullAccessor = OptionalBool(command, "nullAccessor", false);
+  PolicyMethod call(method != nullptr,
+                    method ? kel::WideFromUtf8(method->asString()) : std::wstring(),
+                    kel::WideFromUtf8(OptionalString(command, "policyId", kDefaultPolicyId)),
+                    input ? *input : Json::Value(Json::objectValue), nulls);
+
+  agent->RunPolicyMethod(nullAccessor ? nullptr : &call);
+
+  // Without a result reported there is no "result": a silent agent must not pass for 0.
+  if (call.ResultSet()) reply["result"] = Code(call.Result());
+  if (!nullAccessor) reply["output"] = call.Output();
+}
+
+void Session::Functioning(const Json::Value& command, Json::Value& reply) {
+  reply["functioning"] = AgentOf(command)->IsFunctioning();
+}
+
+void Session::Names(const Json::Value& command, Json::Value& reply) {
+  NameCollector names;
+  AgentOf(command)->ReportNames(&names);
+  reply["names"] = names.Names();
+}
+
+void Session::Features(const Json::Value& command, Json::Value& reply) {
+  FeatureCollector features;
+  reply["result"] = Code(AgentOf(command)->ReportFeatureStates(&features));
+  reply["features"] = features.Features();
+}
+
+void Session::Plugin(const Json::Value& command, Json::Value& reply) {
+  const std::wstring name = kel::WideFromUtf8(RequiredString(command, "name"));
+  const bool available = OptionalBool(command, "available", parts_.components->IsAvailable(name));
+  ReferencePlugin* plugin = parts_.plugins->Find(name);
+  if (const Json::Value* fail = Field(command, "fail")) {
+    const uint32_t code = UInt32Of(*fail, "fail");
+    if (plugin == nullptr) {
+      throw OpError{"unknown plugin", "kelhost has no plug-in " + Quoted(kel::Utf8FromWide(name))};
+    }
+    plugin->SetFailure(code);
+  }
+  parts_.components->SetAvailable(name, available);
+  reply["available"] = available;
+  reply["held"] = Code(parts_.components->Held(name));
+  reply["extraReleases"] = Code(parts_.components->UnmatchedReleases(name));
+  if (plugin != nullptr) reply["fail"] = Code(plugin->Failure());
+}
+
+void Session::ManagerOp(const Json::Value& command, Json::Value& reply) {
+  if (Field(command, "register") != nullptr) {
+    parts_.manager->SetAcceptRegistration(OptionalBool(command, "register", true));
+  }
+  Json::Value registered(Json::arrayValue);
+  for (const std::string& name : parts_.manager->RegisteredNames()) registered.append(name);
+  Json::Value changes(Json::arrayValue);
+  for (uint32_t what : parts_.manager->ChangeNotifications()) changes.append(Code(what));
+  reply["registered"] = registered;
+  reply["changeNotifications"] = changes;
+}
+
+void Session::Notify(const Json::Value& command, Json::Value& reply) {
+  const std::string name = RequiredString(command, "plugin");
+  const std::string notification = RequiredString(command, "notification");
+  const Json::Value* data = Field(command, "data");
+  ReferencePlugin* plugin = parts_.plugins->Find(kel::WideFromUtf8(name));
+  if (plugin == nullptr) throw OpError{"unknown plugin", "kelhost has no plug-in " + Quoted(name)};
+  const NotifyOutcome outcome =
+      plugin->Notify(notification, data ? *data : Json::Value(Json::objectValue));
+  if (!outcome.error.empty()) throw OpError{outcome.error, outcome.detail};
+  reply["delivered"] = Code(outcome.delivered);
+}
+
+void Session::Events(const Json::Value& command, Json::Value& reply) {
+  const Json::Value* count = Field(command, "count");
+  const uint32_t atLeast = count ? UInt32Of(*count, "count") : 0;
+  const Json::Value* waitMs = Field(command, "waitMs");
+  const uint32_t wait = waitMs ? UInt32Of(*waitMs, "waitMs") : kDefaultEventWaitMs;
+  Json::Value events(Json::arrayValue);
+  for (ReceivedEvent& received :
+       parts_.manager->TakeEvents(atLeast, std::chrono::milliseconds(wait))) {
+    Json::Value event(Json::objectValue);
+    event["name"] = received.name;
+    event["flags"] = Code(received.flags);
+    event["body"] = std::move(received.body);
+    events.append(std::move(event));
+  }
+  reply["events"] = std::move(events);
+}
+
+void Session::Log(const Json::Value&, Json::Value& reply) {
+  if (parts_.drainLines == nullptr) {
+    throw OpError{"no log library", "no recording log.dll was found beside the module"};
+  }
+  Json::Value lines(Json::arrayValue);
+  parts_.drainLines(&CollectLine, &lines);
+  reply["lines"] = std::move(lines);
+}
+
+void Session::Sleep(const Json::Value& command, Json::Value&) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(RequiredUInt32(command, "ms")));
+}
+
+void Session::Shutdown() noexcept {
+  try {
+    std::vector<Instance*> live;
+    for (auto& entry : instances_) {
+      if (!entry.second.destroyed) live.push_back(&entry.second);
+    }
+    std::sort(live.begin(), live.end(),
+              [](const Instance* a, const Instance* b) { return a->serial > b->serial; });
+    for (Instance* instance : live) {
+      instance->destroyed = true;
+      parts_.destroy(instance->className.c_str(), instance->object);
+    }
+  } catch (...) {
+  }
+}
+
+}  // namespace kelhost

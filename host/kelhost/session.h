@@ -1,0 +1,91 @@
+#pragma once
+// The protocol operations of kelhost: each command object becomes calls on the
+// loaded module, its agents, the manager or the reference plug-ins, and one
+// reply object that echoes "op". Nothing a command contains can make Execute
+// throw or crash: bad commands get a reply with "error" (a short, stable
+// reason) and "detail".
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include <json/value.h>
+
+#include "frame/exports.h"
+#include "host/kelhost/component_manager.h"
+#include "host/kelhost/manager.h"
+#include "host/kelhost/plugin_registry.h"
+#include "host/logsink/log_sink.h"
+#include "sdk/agent.h"
+
+namespace kelhost {
+
+// What the protocol operations act on; the session owns none of it.
+struct HostParts {
+  Manager* manager;
+  ComponentManager* components;
+  IServMain* servMain;
+  const PluginRegistry* plugins;
+  KelCreateObjectFn create;
+  KelDestroyObjectFn destroy;
+  LogSinkDrainLinesFn drainLines;  // null: the "log" op answers an error
+};
+
+// The policy identifier of "call" when the command gives none.
+inline constexpr char kDefaultPolicyId[] = "kelhost.policy";
+// How long "events" with a "count" waits when the command gives no "waitMs".
+inline constexpr uint32_t kDefaultEventWaitMs = 5000;
+
+class Session {
+ public:
+  explicit Session(const HostParts& parts) : parts_(parts) {}
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  Json::Value Execute(const Json::Value& command) noexcept;
+
+  // Gives back every object still held, newest first, as the host does when it
+  // shuts down.
+  void Shutdown() noexcept;
+
+ private:
+  struct Instance {
+    std::wstring className;
+    IKelBaseInterface* object = nullptr;  // as KelCreateObject answered it
+    EnterpriseIntegration::IAgent* agent = nullptr;
+    bool agentQueried = false;
+    bool destroyed = false;
+    uint64_t serial = 0;
+  };
+  using Handler = void (Session::*)(const Json::Value& command, Json::Value& reply);
+  struct Op {
+    Handler handler;
+    const char* const* fields;  // the members the op reads, null-terminated
+  };
+  static const std::map<std::string, Op>& Ops();
+
+  Instance& Live(const Json::Value& command);
+  EnterpriseIntegration::IAgent* AgentOf(const Json::Value& command);
+
+  void Create(const Json::Value& command, Json::Value& reply);
+  void Init(const Json::Value& command, Json::Value& reply);
+  void Start(const Json::Value& command, Json::Value& reply);
+  void Stop(const Json::Value& command, Json::Value& reply);
+  void Uninit(const Json::Value& command, Json::Value& reply);
+  void Destroy(const Json::Value& command, Json::Value& reply);
+  void Call(const Json::Value& command, Json::Value& reply);
+  void Functioning(const Json::Value& command, Json::Value& reply);
+  void Names(const Json::Value& command, Json::Value& reply);
+  void Features(const Json::Value& command, Json::Value& reply);
+  void Plugin(const Json::Value& command, Json::Value& reply);
+  void ManagerOp(const Json::Value& command, Json::Value& reply);
+  void Notify(const Json::Value& command, Json::Value& reply);
+  void Events(const Json::Value& command, Json::Value& reply);
+  void Log(const Json::Value& command, Json::Value& reply);
+  void Sleep(const Json::Value& command, Json::Value& reply);
+
+  HostParts parts_;
+  std::map<std::string, Instance> instances_;  // by the "as" name
+  uint64_t serial_ = 0;
+};
+
+}  // namespace kelhost

@@ -1,0 +1,5 @@
+// The reference plug-ins kelhost offers, one line each: KELHOST_PLUGIN(factory),
+// where `factory` is defined in the plug-in's own file under host/plugins/ and
+// returns std::unique_ptr<kelhost::ReferencePlugin>. Included twice by
+// plugins.cpp, so deliberately without an include guard.
+KELHOST_PLUGIN(MakeSamplePlugin)

@@ -1,0 +1,750 @@
+// Structures through their schemas: a rule set shaped like the filters' own
+// (a shared header kept inline, nested objects, a key path, an optional key
+// with a default, an enumeration, a flag set, a list of objects and a
+// cross-field rule), loaded, logged, saved and round-tripped.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "agent/json/json_serializer.h"
+#include "frame/logging/log.h"
+#include "frame/text_convert.h"
+#include "tests/agent/json_test_util.h"
+#include "tests/frame/log_sink_probe.h"
+
+namespace test_rules {
+
+enum class Verdict : uint32_t { kReject = 0, kRedirect = 1, kQuarantine = 2, kDeliver = 3 };
+
+constexpr auto kVerdictNames = EnterpriseIntegration::EnumNames({
+    {0, "rejectOrDeleteEmail"},
+    {1, "redirectEmail"},
+    {2, "quarantineEmail"},
+    {3, "deliverEmail"},
+});
+constexpr auto kTrafficNames = EnterpriseIntegration::FlagNames({
+    {1, "incoming"},
+    {2, "outgoing"},
+    {4, "internal"},
+});
+constexpr uint32_t kAllTraffic = 7;
+
+struct Header {
+  uint8_t enabled = 1;
+  kel::StringW name;
+  kel::StringW description;
+  uint32_t traffic = kAllTraffic;
+};
+struct Server {
+  kel::StringW address;
+  uint32_t confidence = 0;
+};
+struct ScanSettings {
+  uint32_t aggressivity = 0;
+  uint8_t checkAuthenticated = 0;
+};
+struct MainAction {
+  Verdict action = Verdict::kReject;
+  kel::StringW address;  // the redirect target
+};
+struct Rule {
+  Header header;
+  ScanSettings scanSettings;
+  MainAction mainAction;
+  uint8_t stopProcessing = 0;
+  kel::List<Server> servers;
+  kel::StringW dnsAddress;
+  uint8_t skipSystemServers = 0;
+};
+struct RuleSet {
+  uint8_t enabled = 0;
+  kel::List<Rule> rules;
+};
+
+template <class T>
+bool operator==(const kel::List<T>& a, const kel::List<T>& b) {
+  if (a.Count() != b.Count()) return false;
+  auto other = b.begin();
+  for (const T& value : a) {
+    if (!(value == *other++)) return false;
+  }
+  return true;
+}
+bool operator==(const Header& a, const Header& b) {
+  return a.enabled == b.enabled && a.name == b.name && a.description == b.description &&
+         a.traffic == b.traffic;
+}
+bool operator==(const Server& a, const Server& b) {
+  return a.address == b.address && a.confidence == b.confidence;
+}
+bool operator==(const Rule& a, const Rule& b) {
+  return a.header == b.header && a.scanSettings.aggressivity == b.scanSettings.aggressivity &&
+         a.scanSettings.checkAuthenticated == b.scanSettings.checkAuthenticated &&
+         a.mainAction.action == b.mainAction.action &&
+         a.mainAction.address == b.mainAction.address && a.stopProcessing == b.stopProcessing &&
+         a.servers == b.servers && a.dnsAddress == b.dnsAddress &&
+         a.skipSystemServers == b.skipSystemServers;
+}
+bool operator==(const RuleSet& a, const RuleSet& b) {
+  return a.enabled == b.enabled && a.rules == b.rules;
+}
+
+}  // namespace test_rules
+
+namespace EnterpriseIntegration {
+
+namespace k = json_keys;
+
+// clang-format off
+template <>
+struct JsonSchema<test_rules::Header> : JsonSchemaBase<test_rules::Header> {
+  using S = test_rules::Header;
+  static constexpr auto kFields = Fields(
+      //       key               member            type, default
+      Optional(k::kEnabled,      &S::enabled),     // boolean, the caller's
+      Required(k::kName,         &S::name),        // string
+      Optional(k::kDescription,  &S::description,  Default(L"")),
+      Optional(k::kTraffic,      &S::traffic,      test_rules::kTrafficNames,
+                                                   Default(test_rules::kAllTraffic)));
+};
+
+template <>
+struct JsonSchema<test_rules::Server> : JsonSchemaBase<test_rules::Server> {
+  using S = test_rules::Server;
+  static constexpr auto kFields = Fields(
+      Required(k::kAddress,     &S::address),      // string
+      Required(k::kConfidence,  &S::confidence));  // unsigned
+};
+
+template <>
+struct JsonSchema<test_rules::ScanSettings> : JsonSchemaBase<test_rules::ScanSettings> {
+  using S = test_rules::ScanSettings;
+  static constexpr auto kFields = Fields(
+      Required(k::kAggressivity,        &S::aggressivity),         // unsigned
+      Required(k::kCheckAuthenticated,  &S::checkAuthenticated));  // boolean
+};
+
+template <>
+struct JsonSchema<test_rules::MainAction> : JsonSchemaBase<test_rules::MainAction> {
+  using S = test_rules::MainAction;
+  static constexpr auto kFields = Fields(
+      Required(k::kAction,   &S::action,   test_rules::kVerdictNames),
+      Required(k::kAddress,  &S::address,  When([](const S& action) {
+                 return action.action == test_rules::Verdict::kRedirect;
+               })));
+};
+
+template <>
+struct JsonSchema<test_rules::Rule> : JsonSchemaBase<test_rules::Rule> {
+  using S = test_rules::Rule;
+  static constexpr auto kFields = Fields(
+      Inline(                                      &S::header),
+      Required(  k::kScanSettings,                 &S::scanSettings),       // object
+      Required(  k::kOnDetectionMainAction,        &S::mainAction),         // object
+      BestEffort(k::kOnDetectionStopProcessing,    &S::stopProcessing),     // boolean
+      Optional(  k::kServers,                      &S::servers),            // [Server]
+      Optional(  k::kDnsAddress,                   &S::dnsAddress),         // string
+      Optional(  k::kSkipSystemServers,            &S::skipSystemServers)); // boolean
+  // Servers need an address to ask unless the system's own DNS may be used.
+  static bool Check(const S& rule) {
+    return rule.servers.IsEmpty() || !rule.dnsAddress.IsEmpty() || !rule.skipSystemServers;
+  }
+};
+
+template <>
+struct JsonSchema<test_rules::RuleSet> : JsonSchemaBase<test_rules::RuleSet> {
+  using S = test_rules::RuleSet;
+  static constexpr auto kFields = Fields(
+      Required(k::kEnabled,  &S::enabled),   // boolean
+      Required(k::kRules,    &S::rules));    // [Rule]
+};
+// clang-format on
+
+}  // namespace EnterpriseIntegration
+
+namespace {
+
+using EnterpriseIntegration::JsonComposedSerializer;
+using EnterpriseIntegration::JsonNodeRef;
+using EnterpriseIntegration::JsonSerializer;
+using json_test::Canonical;
+using json_test::Compact;
+using json_test::Parse;
+using test_rules::Rule;
+using test_rules::RuleSet;
+using test_rules::Verdict;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const char kRuleText[] = R"({
+  "enabled": false,
+  "name": "Block spam",
+  "description": "first rule",
+  "traffic": ["incoming", "internal"],
+  "scanSettings": {"aggressivity": 3, "checkAuthenticated": true},
+  "onDetection": {
+    "mainAction": {"action": "redirectEmail", "address": "quarantine@example.com"},
+    "stopProcessing": true
+  },
+  "servers": [
+    {"address": "rbl.example.com", "confidence": 80},
+    {"address": "dnsbl.example.org", "confidence": 20}
+  ],
+  "dnsAddress": "10.0.0.53",
+  "skipSystemServers": true
+})";
+
+const char kMinimalRuleText[] = R"({
+  "name": "Minimal",
+  "scanSettings": {"aggressivity": 0, "checkAuthenticated": false},
+  "onDetection": {"mainAction": {"action": "deliverEmail"}}
+})";
+
+template <class T>
+bool Load(const Json::Value& doc, T& out) {
+  return JsonSerializer<T>::Load(JsonNodeRef(&doc), out);
+}
+
+template <class T>
+Json::Value Save(const T& value) {
+  Json::Value doc;
+  EXPECT_TRUE(JsonSerializer<T>::Save(doc, value));
+  return doc;
+}
+
+// With logging bound to the recording log.dll beside the test program.
+class JsonSerializerTest : public ::testing::Test {
+ protected:
+  // The keys of the "Failed to load subnode" lines written so far, in order.
+  std::vector<std::string> LoggedKeys() {
+    const std::wstring prefix = L"Failed to load subnode ";
+    std::vector<std::string> keys;
+    for (const RecordedLine& line : probe_.DrainLines()) {
+      EXPECT_EQ(line.level, logging::kLevelSubnodeFailure);
+      EXPECT_EQ(line.depth_change, logging::kDepthSame);
+      EXPECT_EQ(line.function, L"JsonComposedSerializer::Load");
+      EXPECT_EQ(line.message.compare(0, prefix.size(), prefix), 0) << line.message.c_str();
+      keys.push_back(kel::Utf8FromWide(line.message.substr(prefix.size())));
+    }
+    return keys;
+  }
+
+  logging::LogHandle log_;
+  SinkProbe probe_;  // after log_: it refers to the library that log_ bound
+};
+
+TEST_F(JsonSerializerTest, LoadsEveryKeyOfAHandWrittenRule) {
+  Rule rule;
+  ASSERT_TRUE(Load(Parse(kRuleText), rule));
+  EXPECT_EQ(rule.header.enabled, 0);
+  EXPECT_EQ(rule.header.name, L"Block spam");
+  EXPECT_EQ(rule.header.description, L"first rule");
+  EXPECT_EQ(rule.header.traffic, 5u);
+  EXPECT_EQ(rule.scanSettings.aggressivity, 3u);
+  EXPECT_EQ(rule.scanSettings.checkAuthenticated, 1);
+  EXPECT_EQ(rule.mainAction.action, Verdict::kRedirect);
+  EXPECT_EQ(rule.mainAction.address, L"quarantine@example.com");
+  EXPECT_EQ(rule.stopProcessing, 1);
+  ASSERT_EQ(rule.servers.Count(), 2u);
+  EXPECT_EQ(rule.servers.FirstConst()->address, L"rbl.example.com");
+  EXPECT_EQ(rule.servers.LastConst()->confidence, 20u);
+  EXPECT_EQ(rule.dnsAddress, L"10.0.0.53");
+  EXPECT_EQ(rule.skipSystemServers, 1);
+  EXPECT_THAT(LoggedKeys(), IsEmpty());
+}
+
+TEST_F(JsonSerializerTest, AbsentOptionalKeysKeepTheCallersValueOrTakeTheirDefault) {
+  Rule rule;
+  rule.header.enabled = 0;              // no default in the schema: kept
+  rule.header.description = L"preset";  // Default(L""): replaced
+  rule.header.traffic = 1;              // Default(7): replaced
+  rule.dnsAddress = L"preset";          // kept
+  rule.servers.EmplaceBack().address = L"preset";
+  ASSERT_TRUE(Load(Parse(kMinimalRuleText), rule));
+  EXPECT_EQ(rule.header.enabled, 0);
+  EXPECT_EQ(rule.header.description, L"");
+  EXPECT_EQ(rule.header.traffic, test_rules::kAllTraffic);
+  EXPECT_EQ(rule.dnsAddress, L"preset");
+  EXPECT_EQ(rule.servers.Count(), 1u);
+  // The address exists only for a redirect: not read here.
+  EXPECT_TRUE(rule.mainAction.address.IsEmpty());
+}
+
+TEST_F(JsonSerializerTest, BooleansAndStringsAcceptIntegersButNothingElse) {
+  Json::Value doc = Parse(kMinimalRuleText);
+  Rule rule;
+  doc["enabled"] = 0;
+  ASSERT_TRUE(Load(doc, rule));
+  EXPECT_EQ(rule.header.enabled, 0);
+  doc["enabled"] = 1;
+  ASSERT_TRUE(Load(doc, rule));
+  EXPECT_EQ(rule.header.enabled, 1);
+  doc["name"] = 42;
+  ASSERT_TRUE(Load(doc, rule));
+  EXPECT_EQ(rule.header.name, L"42");
+  EXPECT_THAT(LoggedKeys(), IsEmpty());
+
+  doc["enabled"] = "true";
+  EXPECT_FALSE(Load(doc, rule));
+  EXPECT_THAT(LoggedKeys(), ElementsAre("enabled"));
+}
+
+TEST_F(JsonSerializerTest, AnEmptyListLoadsButNullFailsAndAbsenceIsLeftToTheSchema) {
+  Json::Value doc = Parse(kMinimalRuleText);
+  Rule rule;
+  rule.servers.EmplaceBack();
+  doc["servers"] = Json::Value(Json::arrayValue);
+  ASSERT_TRUE(Load(doc, rule));
+  EXPECT_TRUE(rule.servers.IsEmpty());
+  doc["servers"] = Json::Value();
+  EXPECT_FALSE(Load(doc, rule));
+  EXPECT_THAT(LoggedKeys(), ElementsAre("servers"));
+}
+
+// Each failure names the failing key first, then every enclosing key.
+TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne) {
+  struct Case {
+    const char* label;
+    void (*spoil)(Json::Value& rule);
+    std::vector<std::string> keys;
+  };
+  const Case cases[] = {
+      {"missing name", [](Json::Value& r) { r.removeMember("name"); }, {"name"}},
+      {"aggressivity as text",
+       [](Json::Value& r) { r["scanSettings"]["aggressivity"] = "high"; },
+       {"aggressivity", "scanSettings"}},
+      {"aggressivity as a double",
+       [](Json::Value& r) { r["scanSettings"]["aggressivity"] = 3.0; },
+       {"aggressivity", "scanSettings"}},
+      {"scan settings as an array",
+       [](Json::Value& r) { r["scanSettings"] = Json::Value(Json::arrayValue); },
+       {"scanSettings"}},
+      {"no traffic", [](Json::Value& r) { r["traffic"] = Json::Value(Json::arrayValue); },
+       {"traffic"}},
+      {"unknown traffic", [](Json::Value& r) { r["traffic"][0] = "Incoming"; }, {"traffic"}},
+      {"unknown action",
+       [](Json::Value& r) { r["onDetection"]["mainAction"]["action"] = "drop"; },
+       {"action", "onDetection/mainAction"}},
+      {"redirect without its address",
+       [](Json::Value& r) { r["onDetection"]["mainAction"].removeMember("address"); },
+       {"address", "onDetection/mainAction"}},
+      {"server without confidence",
+       [](Json::Value& r) { r["servers"][1].removeMember("confidence"); },
+       {"confidence", "servers[1]", "servers"}},
+      {"server as text", [](Json::Value& r) { r["servers"][0] = "rbl.example.com"; },
+       {"servers[0]", "servers"}},
+      {"servers as an object", [](Json::Value& r) { r["servers"] = Json::Value(Json::objectValue); },
+       {"servers"}},
+      // The cross-field rule fails the structure without a line of its own.
+      {"servers without any DNS", [](Json::Value& r) { r.removeMember("dnsAddress"); }, {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    Json::Value doc = Parse(kRuleText);
+    c.spoil(doc);
+    Rule rule;
+    EXPECT_FALSE(Load(doc, rule));
+    EXPECT_EQ(LoggedKeys(), c.keys);
+
+    // One level up, inside a rule set, the element and the list follow.
+    Json::Value set(Json::objectValue);
+    set["enabled"] = true;
+    set["rules"].append(Parse(kMinimalRuleText));
+    set["rules"].append(doc);
+    RuleSet rules;
+    EXPECT_FALSE(Load(set, rules));
+    std::vector<std::string> keys = c.keys;
+    keys.push_back("rules[1]");
+    keys.push_back("rules");
+    EXPECT_EQ(LoggedKeys(), keys);
+  }
+}
+
+TEST_F(JsonSerializerTest, TheFullLogLineNamesTheKeyInWideText) {
+  Json::Value doc = Parse(kRuleText);
+  doc["scanSettings"]["aggressivity"] = "high";
+  Rule rule;
+  EXPECT_FALSE(Load(doc, rule));
+  EXPECT_THAT(probe_.DrainLines(),
+              ElementsAre(RecordedLine{16, 0, L"JsonComposedSerializer::Load",
+                                       L"Failed to load subnode aggressivity"},
+                          RecordedLine{16, 0, L"JsonComposedSerializer::Load",
+                                       L"Failed to load subnode scanSettings"}));
+}
+
+TEST_F(JsonSerializerTest, ABestEffortKeyIsIgnoredSilentlyWhenItDoesNotLoad) {
+  Json::Value doc = Parse(kRuleText);
+  doc["onDetection"]["stopProcessing"] = "yes";
+  Rule rule;
+  rule.stopProcessing = 1;
+  ASSERT_TRUE(Load(doc, rule));
+  EXPECT_EQ(rule.stopProcessing, 1);  // untouched, not reset by the failed attempt
+  doc["onDetection"]["stopProcessing"] = false;
+  ASSERT_TRUE(Load(doc, rule));
+  EXPECT_EQ(rule.stopProcessing, 0);
+  EXPECT_THAT(LoggedKeys(), IsEmpty());
+}
+
+TEST_F(JsonSerializerTest, AFailedLoadKeepsWhatLoadedBeforeTheFailure) {
+  Json::Value doc = Parse(kRuleText);
+  doc["onDetection"]["mainAction"]["action"] = "drop";
+  Rule rule;
+  EXPECT_FALSE(Load(doc, rule));
+  EXPECT_EQ(rule.header.name, L"Block spam");
+  EXPECT_EQ(rule.scanSettings.aggressivity, 3u);
+  EXPECT_TRUE(rule.servers.IsEmpty());  // after the failing key: never reached
+}
+
+TEST_F(JsonSerializerTest, AnAbsentOrNonObjectInputFailsWithoutALogLine) {
+  Rule rule;
+  EXPECT_FALSE(JsonSerializer<Rule>::Load(JsonNodeRef(), rule));
+  for (const char* text : {"null", "[]", "\"rule\"", "7", "true"}) {
+    SCOPED_TRACE(text);
+    EXPECT_FALSE(Load(Parse(text), rule));
+  }
+  EXPECT_THAT(LoggedKeys(), IsEmpty());
+}
+
+TEST_F(JsonSerializerTest, ComposedLoadLogsTheSubnodeButNotAnAbsentContext) {
+  const Json::Value doc = Parse(R"({"settings": {"aggressivity": -1}, "bad": {}})");
+  test_rules::ScanSettings settings;
+  EXPECT_FALSE(JsonComposedSerializer::Load(JsonNodeRef(), "settings", settings));
+  EXPECT_THAT(LoggedKeys(), IsEmpty());
+  uint32_t aggressivity = 0;
+  ASSERT_TRUE(
+      JsonComposedSerializer::Load(JsonNodeRef(&doc), "settings/aggressivity", aggressivity));
+  EXPECT_EQ(aggressivity, 0xFFFFFFFFu);
+  EXPECT_FALSE(JsonComposedSerializer::Load(JsonNodeRef(&doc), "bad", settings));
+  EXPECT_FALSE(JsonComposedSerializer::Load(JsonNodeRef(&doc), "missing", settings));
+  Verdict verdict = Verdict::kReject;
+  EXPECT_FALSE(
+      JsonComposedSerializer::Load(JsonNodeRef(&doc), "bad", verdict, test_rules::kVerdictNames));
+  EXPECT_THAT(LoggedKeys(), ElementsAre("aggressivity", "bad", "missing", "bad"));
+}
+
+TEST(JsonSerializerWithoutLoggingTest, FailuresWriteNothingAndBindNothing) {
+  ASSERT_FALSE(logging::IsActive());
+  ASSERT_EQ(::GetModuleHandleW(L"log.dll"), nullptr);
+  Json::Value doc = Parse(kRuleText);
+  doc["scanSettings"]["aggressivity"] = "high";
+  Rule rule;
+  EXPECT_FALSE(Load(doc, rule));
+  EXPECT_EQ(::GetModuleHandleW(L"log.dll"), nullptr);
+}
+
+TEST(JsonSerializerSaveTest, SavesEveryKeyCreatingTheNestedObjects) {
+  Rule rule;
+  ASSERT_TRUE(Load(Parse(kRuleText), rule));
+  EXPECT_EQ(Compact(Save(rule)), Canonical(kRuleText));
+
+  Rule minimal;
+  ASSERT_TRUE(Load(Parse(kMinimalRuleText), minimal));
+  // Optional keys are written too, an empty list as [].
+  EXPECT_EQ(Compact(Save(minimal)), Canonical(R"({
+    "enabled": true, "name": "Minimal", "description": "",
+    "traffic": ["incoming", "outgoing", "internal"],
+    "scanSettings": {"aggressivity": 0, "checkAuthenticated": false},
+    "onDetection": {"mainAction": {"action": "deliverEmail"}, "stopProcessing": false},
+    "servers": [], "dnsAddress": "", "skipSystemServers": false
+  })"));
+}
+
+TEST(JsonSerializerSaveTest, ACodeWithoutANameLeavesOnlyItsKeyOut) {
+  Rule rule;
+  ASSERT_TRUE(Load(Parse(kMinimalRuleText), rule));
+  rule.mainAction.action = static_cast<Verdict>(17);
+  const Json::Value doc = Save(rule);
+  EXPECT_EQ(Compact(doc["onDetection"]), R"({"mainAction":{},"stopProcessing":false})");
+  EXPECT_TRUE(doc.isMember("servers"));
+}
+
+TEST(JsonSerializerSaveTest, SavingReplacesTheTarget) {
+  Json::Value doc = Parse(R"({"stale": 1})");
+  test_rules::Server server;
+  server.address = L"a";
+  ASSERT_TRUE(JsonSerializer<test_rules::Server>::Save(doc, server));
+  EXPECT_EQ(Compact(doc), R"({"address":"a","confidence":0})");
+}
+
+// A codec that fails the way a broken library would: by throwing.
+struct ThrowingCodec : EnterpriseIntegration::JsonCodec {
+  bool Load(const JsonNodeRef& at, uint32_t&) const {
+    if (at.IsAbsent()) return false;
+    // Member access on a non-object: jsoncpp throws Json::LogicError.
+    return (*at.node())["x"].isNull();
+  }
+  bool Save(const uint32_t&, Json::Value&) const { throw std::bad_alloc(); }
+};
+
+struct Fragile {
+  uint32_t value = 0;
+  uint32_t after = 0;
+};
+
+}  // namespace
+
+namespace EnterpriseIntegration {
+template <>
+struct JsonSchema<Fragile> : JsonSchemaBase<Fragile> {
+  static constexpr auto kFields = Fields(Required("value", &Fragile::value, ThrowingCodec()),
+                                         Required("after", &Fragile::after));
+};
+}  // namespace EnterpriseIntegration
+
+namespace {
+
+TEST_F(JsonSerializerTest, NoExceptionLeavesALoadOrASave) {
+  Fragile fragile;
+  const Json::Value doc = Parse(R"({"value": [1], "after": 2})");
+  bool loaded = true;
+  EXPECT_NO_THROW(loaded = Load(doc, fragile));
+  EXPECT_FALSE(loaded);
+  EXPECT_THAT(LoggedKeys(), ElementsAre("value"));
+  EXPECT_EQ(fragile.after, 0u);
+
+  Json::Value out = "kept";
+  bool saved = true;
+  EXPECT_NO_THROW(saved = JsonSerializer<Fragile>::Save(out, fragile));
+  EXPECT_FALSE(saved);
+  EXPECT_EQ(out.asString(), "kept");
+}
+
+// Shapes the rules' other schemas need: a shared base, keys read in one form
+// and written in another.
+struct Base {
+  kel::StringW name;
+};
+struct Derived : Base {
+  kel::List<kel::StringW> users;
+};
+
+}  // namespace
+
+namespace EnterpriseIntegration {
+template <>
+struct JsonSchema<Base> : JsonSchemaBase<Base> {
+  static constexpr auto kFields = Fields(Required(k::kName, &Base::name));
+};
+// The user list is read from "emails", or from "users" when that is there,
+// and always written as "emails".
+template <>
+struct JsonSchema<Derived> : JsonSchemaBase<Derived> {
+  static constexpr auto kFields = Fields(InlineBase<Base>(),
+                                         Optional(k::kEmails, &Derived::users),
+                                         Optional(k::kUsers, &Derived::users, kLoadOnly));
+};
+}  // namespace EnterpriseIntegration
+
+namespace {
+
+TEST(JsonSchemaShapesTest, BaseKeysInlineAndALoadOnlyKey) {
+  Derived both;
+  ASSERT_TRUE(Load(Parse(R"({"name": "n", "users": ["u"], "emails": ["e1", "e2"]})"), both));
+  EXPECT_EQ(both.name, L"n");
+  ASSERT_EQ(both.users.Count(), 1u);
+  EXPECT_EQ(*both.users.FirstConst(), L"u");
+  EXPECT_EQ(Compact(Save(both)), R"({"emails":["u"],"name":"n"})");
+
+  Derived emails;
+  ASSERT_TRUE(Load(Parse(R"({"name": "n", "emails": ["e1", "e2"]})"), emails));
+  EXPECT_EQ(emails.users.Count(), 2u);
+  EXPECT_FALSE(Load(Parse(R"({"emails": []})"), emails));
+}
+
+// Random rules within the schema's rules: every text a JSON string can carry,
+// booleans as 0 or 1, codes that have names.
+class RuleGenerator {
+ public:
+  explicit RuleGenerator(uint32_t seed) : random_(seed) {}
+
+  kel::StringW Text() {
+    static const wchar_t kPool[] = L"aZ09 _-./\\\"'{}[]:,\u00E9\u00DF\u20AC\u4E2D\x7F\x01\t\n";
+    kel::StringW text;
+    const uint32_t length = Below(12);
+    for (uint32_t i = 0; i < length; ++i) {
+      const uint32_t pick = Below(sizeof kPool / sizeof kPool[0]);  // the last one is the zero
+      if (pick + 1 == sizeof kPool / sizeof kPool[0] && Below(2) == 0) {
+        text += L"\xD83D\xDE00";  // a character beyond the BMP
+      } else {
+        text.AppendChar(kPool[pick]);
+      }
+    }
+    return text;
+  }
+
+  Rule MakeRule() {
+    Rule rule;
+    rule.header.enabled = static_cast<uint8_t>(Below(2));
+    rule.header.name = Text();
+    rule.header.description = Text();
+    rule.header.traffic = 1 + Below(7);
+    rule.scanSettings.aggressivity = static_cast<uint32_t>(random_());
+    rule.scanSettings.checkAuthenticated = static_cast<uint8_t>(Below(2));
+    rule.mainAction.action = static_cast<Verdict>(Below(4));
+    if (rule.mainAction.action == Verdict::kRedirect) rule.mainAction.address = Text();
+    rule.stopProcessing = static_cast<uint8_t>(Below(2));
+    for (uint32_t i = Below(4); i > 0; --i) {
+      test_rules::Server& server = rule.servers.EmplaceBack();
+      server.address = Text();
+      server.confidence = static_cast<uint32_t>(random_());
+    }
+    rule.dnsAddress = Text();
+    rule.skipSystemServers = static_cast<uint8_t>(Below(2));
+    if (!EnterpriseIntegration::JsonSchema<Rule>::Check(rule)) rule.dnsAddress = L"dns";
+    return rule;
+  }
+
+  RuleSet MakeRuleSet() {
+    RuleSet set;
+    set.enabled = static_cast<uint8_t>(Below(2));
+    for (uint32_t i = Below(6); i > 0; --i) set.rules.EmplaceBack(MakeRule());
+    return set;
+  }
+
+  // Some JSON value of any type, shallow.
+  Json::Value AnyValue() {
+    switch (Below(9)) {
+      case 0: return Json::Value();
+      case 1: return Json::Value(Below(2) == 0);
+      case 2: return Json::Value(static_cast<Json::Int64>(random_()) - (1ll << 31));
+      case 3: return Json::Value(static_cast<Json::UInt64>(random_()) << 20);
+      case 4: return Json::Value(0.5 * Below(8));
+      case 5: return Json::Value("incoming");
+      case 6: {
+        const kel::StringW text = Text();
+        return Json::Value(kel::Utf8FromWide(text.c_str(), text.Length()));
+      }
+      case 7: {
+        Json::Value array(Json::arrayValue);
+        for (uint32_t i = Below(3); i > 0; --i) array.append(AnyValue());
+        return array;
+      }
+      default: return Json::Value(Json::objectValue);
+    }
+  }
+
+  // Replaces or removes one node somewhere in `doc`.
+  void Spoil(Json::Value& doc) {
+    Json::Value* node = &doc;
+    while (true) {
+      if (node->isObject() && node->size() > 0 && Below(3) != 0) {
+        const Json::Value::Members names = node->getMemberNames();
+        const std::string& name = names[Below(static_cast<uint32_t>(names.size()))];
+        if (Below(4) == 0) {
+          node->removeMember(name);
+          return;
+        }
+        node = &(*node)[name];
+      } else if (node->isArray() && node->size() > 0 && Below(3) != 0) {
+        node = &(*node)[Below(node->size())];
+      } else {
+        *node = AnyValue();
+        return;
+      }
+    }
+  }
+
+ private:
+  uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
+
+  std::mt19937 random_;
+};
+
+TEST(JsonRoundTripTest, GeneratedRuleSetsSurviveSaveAndLoad) {
+  RuleGenerator generator(20240601);
+  for (int i = 0; i < 300; ++i) {
+    const RuleSet original = generator.MakeRuleSet();
+    const Json::Value saved = Save(original);
+    RuleSet loaded;
+    ASSERT_TRUE(Load(saved, loaded)) << Compact(saved);
+    ASSERT_TRUE(loaded == original) << Compact(saved);
+    ASSERT_EQ(Compact(Save(loaded)), Compact(saved));
+  }
+}
+
+TEST(JsonRoundTripTest, SpoiledDocumentsFailCleanlyOrRoundTrip) {
+  RuleGenerator generator(7);
+  int loadedCount = 0;
+  for (int i = 0; i < 2000; ++i) {
+    Json::Value doc = Save(generator.MakeRuleSet());
+    for (int spoils = 1 + i % 3; spoils > 0; --spoils) generator.Spoil(doc);
+    RuleSet loaded;
+    bool ok = false;
+    ASSERT_NO_THROW(ok = Load(doc, loaded)) << Compact(doc);
+    if (!ok) continue;
+    ++loadedCount;
+    const Json::Value saved = Save(loaded);
+    RuleSet again;
+    ASSERT_TRUE(Load(saved, again)) << Compact(doc);
+    ASSERT_TRUE(again == loaded) << Compact(doc);
+  }
+  // Some spoils leave a loadable document (a changed value of the right type).
+  EXPECT_GT(loadedCount, 0);
+}
+
+// A chain of `levels` single-member objects or single-element arrays, built
+// without recursion; take it apart with json_test::Dismantle.
+Json::Value Chain(int levels, bool arrays) {
+  Json::Value root;
+  Json::Value* current = &root;
+  for (int i = 0; i < levels; ++i) {
+    current = arrays ? &current->append(Json::Value()) : &(*current)["n"];
+  }
+  *current = "bottom";
+  return root;
+}
+
+TEST(JsonDepthTest, DeepValuesWhereTheSchemaWantsSomethingElseFailCleanly) {
+  constexpr int kLevels = 50000;
+  const char* const keys[] = {"name", "traffic", "scanSettings", "servers", "onDetection"};
+  for (const char* key : keys) {
+    for (bool arrays : {false, true}) {
+      SCOPED_TRACE(std::string(key) + (arrays ? " arrays" : " objects"));
+      Json::Value doc = Parse(kRuleText);
+      Json::Value deep = Chain(kLevels, arrays);
+      doc[key].swap(deep);
+      Rule rule;
+      bool loaded = true;
+      EXPECT_NO_THROW(loaded = Load(doc, rule));
+      EXPECT_FALSE(loaded);
+      doc[key].swap(deep);
+      json_test::Dismantle(deep);
+    }
+  }
+}
+
+TEST(JsonSizeTest, AHundredThousandElementsAndAMegabyteStringRoundTrip) {
+  Json::Value doc = Parse(kRuleText);
+  Json::Value& servers = doc["servers"];
+  servers = Json::Value(Json::arrayValue);
+  for (uint32_t i = 0; i < 100000; ++i) {
+    Json::Value server(Json::objectValue);
+    server["address"] = "rbl" + std::to_string(i) + ".example.com";
+    server["confidence"] = i;
+    servers.append(std::move(server));
+  }
+  doc["description"] = std::string(1 << 20, 'd');
+  Rule rule;
+  ASSERT_TRUE(Load(doc, rule));
+  ASSERT_EQ(rule.servers.Count(), 100000u);
+  EXPECT_EQ(rule.servers.LastConst()->address, L"rbl99999.example.com");
+  EXPECT_EQ(rule.header.description.Length(), 1u << 20);
+  const Json::Value saved = Save(rule);
+  EXPECT_EQ(saved["servers"].size(), 100000u);
+  EXPECT_EQ(Compact(saved["servers"][99999]),
+            R"({"address":"rbl99999.example.com","confidence":99999})");
+  Rule again;
+  ASSERT_TRUE(Load(saved, again));
+  EXPECT_TRUE(again == rule);
+
+  // One bad element at the very end still fails the whole list.
+  doc["servers"][99999]["confidence"] = -1.5;
+  EXPECT_FALSE(Load(doc, rule));
+}
+
+}  // namespace

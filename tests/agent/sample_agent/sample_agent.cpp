@@ -1,0 +1,57 @@
+#include "tests/agent/sample_agent/sample_agent.h"
+
+#include "frame/exported_declaration.h"
+
+namespace SampleTest {
+
+using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::JsonNodeRef;
+using EnterpriseIntegration::JsonSerializer;
+using kel::nusdk::Sample::SampleSettings;
+
+Agent::Agent(const wchar_t* agentName) : EnterpriseIntegration::Agent<kel::nusdk::Sample::ISample>(
+                                             agentName, L"SampleTest::Agent") {}
+
+Agent::~Agent() { ReleasePlugin(); }
+
+EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
+  static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
+      {L"SetSettings", Handle<&Agent::SetSettings>},
+      {L"GetSettings", Handle<&Agent::GetSettings>},
+  };
+  return kMethods;
+}
+
+bool Agent::SetSettings(IPolicyMethod& method) {
+  SampleSettings settings;
+  if (!JsonSerializer<SampleSettings>::Load(JsonNodeRef(method.GetInput()), settings))
+    return false;
+  method.SetResult(plugin()->SetSettings(settings));
+  return true;
+}
+
+bool Agent::GetSettings(IPolicyMethod& method) {
+  SampleSettings settings;
+  const uint32_t code = plugin()->GetSettings(settings);
+  method.SetResult(code);
+  if (code == 0) JsonSerializer<SampleSettings>::Save(*method.GetOutput(), settings);
+  return true;
+}
+
+uint32_t Agent::OnPluginAcquired(kel::nusdk::Sample::ISample* plugin) {
+  return plugin->Advise(this);
+}
+
+void Agent::OnPluginReleasing(kel::nusdk::Sample::ISample* plugin) { plugin->Unadvise(this); }
+
+// On the plug-in's thread; the plug-in is always answered 0.
+uint32_t Agent::OnSettingsChanged(const SampleSettings& settings) {
+  try {
+    Json::Value body;
+    if (JsonSerializer<SampleSettings>::Save(body, settings)) SendEvent(kChangedEvent, body);
+  } catch (...) {
+  }
+  return 0;
+}
+
+}  // namespace SampleTest

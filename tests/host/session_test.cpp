@@ -1,0 +1,419 @@
+#include "host/kelhost/session.h"
+
+#include <atomic>
+#include <chrono>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "host/kelhost/component_manager.h"
+#include "host/kelhost/expectations.h"
+#include "host/kelhost/runner.h"
+#include "host/plugins/plugins.h"
+#include "tests/host/fake_agent.h"
+#include "tests/host/json_text.h"
+
+namespace kelhost {
+namespace {
+
+// An object that is no agent: it answers the base interface only.
+class PlainObject final : public IKelBaseInterface {
+ public:
+  void* QueryInterface(const kel::InterfaceId* iid) override {
+    return *iid == IID_IKelBaseInterface ? this : nullptr;
+  }
+};
+
+std::atomic<int> g_live{0};
+
+// The exports of a module with a per-call fake agent and a plain object.
+uint32_t FakeCreate(const wchar_t* className, const kel::InterfaceId* iid, void** object) {
+  *object = nullptr;
+  const std::wstring name(className);
+  void* answer = nullptr;
+  if (name == L"Test.Fake.Agent") {
+    auto* agent = new fake::FakeAgent(L"Test.Fake");
+    answer = agent->QueryInterface(iid);
+    if (answer == nullptr) delete agent;
+  } else if (name == L"Test.Plain") {
+    auto* plain = new PlainObject();
+    answer = plain->QueryInterface(iid);
+    if (answer == nullptr) delete plain;
+  }
+  if (answer == nullptr) return 1168;
+  ++g_live;
+  *object = answer;
+  return 0;
+}
+
+void FakeDestroy(const wchar_t* className, void* object) {
+  const std::wstring name(className);
+  if (name == L"Test.Fake.Agent") {
+    delete static_cast<fake::FakeAgent*>(static_cast<EnterpriseIntegration::IAgent*>(object));
+  } else if (name == L"Test.Plain") {
+    delete static_cast<PlainObject*>(static_cast<IKelBaseInterface*>(object));
+  } else {
+    return;
+  }
+  --g_live;
+}
+
+class SessionTest : public ::testing::Test {
+ protected:
+  ~SessionTest() override {
+    session.Shutdown();
+    EXPECT_EQ(g_live.load(), 0);
+  }
+
+  Json::Value Run(const std::string& text) { return session.Execute(J(text)); }
+
+  // The reply must hold `expected` (as "expectHas" would check it).
+  void ExpectReply(const std::string& command, const std::string& expected) {
+    const Json::Value reply = Run(command);
+    EXPECT_TRUE(JsonContains(reply, J(expected)))
+        << command << "\n  replied " << CompactJson(reply) << "\n  expected " << expected;
+  }
+
+  void StartFake() {
+    ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
+    ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
+    ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":0})");
+  }
+
+  PluginRegistry plugins{MakeReferencePlugins()};
+  Manager manager;
+  ComponentManager components{manager, plugins};
+  ServMain servMain{&components};
+  Session session{
+      HostParts{&manager, &components, &servMain, &plugins, &FakeCreate, &FakeDestroy, nullptr}};
+};
+
+TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
+  struct Case {
+    const char* command;
+    const char* error;
+  };
+  const Case cases[] = {
+      {R"({})", "missing field"},
+      {R"({"op":5})", "bad field"},
+      {R"({"op":"fly"})", "unknown op"},
+      {R"({"op":"INIT","agent":"a"})", "unknown op"},
+      {R"({"op":"init"})", "missing field"},
+      {R"({"op":"init","agent":7})", "bad field"},
+      {R"({"op":"init","agent":"nobody"})", "unknown agent"},
+      {R"({"op":"call","agent":"nobody","method":"Echo"})", "unknown agent"},
+      {R"({"op":"create","class":1})", "bad field"},
+      {R"({"op":"create","class":"Test.Plain","iid":"66551ab3-fca3-bc90-5f42"})", "bad field"},
+      {R"({"op":"create","class":"Test.Plain","iid":7})", "bad field"},
+      {R"({"op":"sleep"})", "missing field"},
+      {R"({"op":"sleep","ms":-1})", "bad field"},
+      {R"({"op":"sleep","ms":1.5})", "bad field"},
+      {R"({"op":"sleep","ms":"1"})", "bad field"},
+      {R"({"op":"sleep","ms":4294967296})", "bad field"},
+      {R"({"op":"events","count":"1"})", "bad field"},
+      {R"({"op":"manager","register":"no"})", "bad field"},
+      {R"({"op":"plugin","name":"Nope","fail":5})", "unknown plugin"},
+      {R"({"op":"plugin","name":"Test.Sample","fail":true})", "bad field"},
+      {R"({"op":"plugin","name":"Test.Sample","available":1})", "bad field"},
+      {R"({"op":"notify","plugin":"Nope","notification":"OnSettingsChanged"})", "unknown plugin"},
+      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnNothing"})",
+       "unknown notification"},
+      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged","data":[]})",
+       "bad data"},
+      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
+           "data":{"level":"high"}})",
+       "bad data"},
+      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
+           "data":{"servers":["a",1]}})",
+       "bad data"},
+      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
+           "data":{"colour":"red"}})",
+       "bad data"},
+      {R"({"op":"log"})", "no log library"},
+      {R"({"op":"log","agent":"x"})", "unknown field"},
+      {R"({"op":"events","expectHAs":{}})", "unknown field"},
+  };
+  for (const Case& c : cases) {
+    const Json::Value command = J(c.command);
+    const Json::Value reply = session.Execute(command);
+    EXPECT_EQ(reply.get("error", "").asString(), c.error)
+        << c.command << " -> " << CompactJson(reply);
+    EXPECT_TRUE(reply.isMember("detail")) << c.command;
+    if (command.isMember("op")) {
+      EXPECT_TRUE(JsonEqual(reply["op"], command["op"])) << c.command;
+    } else {
+      EXPECT_FALSE(reply.isMember("op"));
+    }
+  }
+}
+
+TEST_F(SessionTest, LifecycleRunsThroughTheAgentsSlots) {
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample"})",
+              R"({"available":true,"held":1,"fail":0,"extraReleases":0})");
+  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager"})", R"({"held":1})");
+  ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"manager"})", R"({"registered":["Test.Fake"],"changeNotifications":[]})");
+  ExpectReply(R"({"op":"functioning","agent":"fake"})", R"({"functioning":true})");
+  ExpectReply(R"({"op":"names","agent":"fake"})", R"({"names":["Test.Fake"]})");
+  EXPECT_TRUE(JsonEqual(
+      Run(R"({"op":"features","agent":"fake"})")["features"],
+      J(R"([{"name":"Fake.Feature","enabled":true},{"name":"Fake.Disabled","enabled":false}])")));
+  ExpectReply(R"({"op":"stop","agent":"fake"})", R"({"op":"stop"})");
+  ExpectReply(R"({"op":"manager"})", R"({"registered":[]})");
+  ExpectReply(R"({"op":"uninit","agent":"fake"})", R"({"op":"uninit"})");
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample"})", R"({"held":0,"extraReleases":0})");
+  EXPECT_EQ(g_live.load(), 1);
+  ExpectReply(R"({"op":"destroy","agent":"fake"})", R"({"op":"destroy"})");
+  EXPECT_EQ(g_live.load(), 0);
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"error":"agent destroyed"})");
+  ExpectReply(R"({"op":"destroy","agent":"fake"})", R"({"error":"agent destroyed"})");
+  // The name is free again once its object is given back.
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
+}
+
+TEST_F(SessionTest, CreateNamesInstancesAndAsksForTheGivenInterface) {
+  ExpectReply(R"({"op":"create","class":"No.Such.Agent"})", R"({"result":1168})");
+  ExpectReply(R"({"op":"init","agent":"No.Such.Agent"})", R"({"error":"unknown agent"})");
+  // The class name is the default instance name.
+  ExpectReply(R"({"op":"create","class":"Test.Plain"})", R"({"result":0})");
+  ExpectReply(R"({"op":"create","class":"Test.Plain"})", R"({"error":"name in use"})");
+  ExpectReply(R"({"op":"init","agent":"Test.Plain"})", R"({"error":"not an agent"})");
+  // Braces are optional; the plain object lacks the agent interface, the fake has it.
+  ExpectReply(R"({"op":"create","class":"Test.Plain","as":"p2",
+                  "iid":"{ffa24485-baed-ad79-a343-03320000d2e7}"})",
+              R"({"result":1168})");
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"a",
+                  "iid":"FFA24485-BAED-AD79-A343-03320000D2E7"})",
+              R"({"result":0})");
+  ExpectReply(R"({"op":"init","agent":"a"})", R"({"result":0})");
+  EXPECT_EQ(g_live.load(), 2);
+}
+
+TEST_F(SessionTest, CallReportsResultAndOutputAndTheNullCases) {
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
+  // Before Init the agent holds no plug-in.
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Echo"})", R"({"result":21})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
+
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Echo"})"),
+                        J(R"({"op":"call","result":0,"output":{}})")));
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Test.Fake.Echo","input":[1,"x"]})",
+              R"({"result":0,"output":[1,"x"]})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Echo","nullPolicy":true})",
+              R"({"result":13})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Echo","nullInput":true})",
+              R"({"result":13})");
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Echo","nullOutput":true})"),
+                        J(R"({"op":"call","result":13,"output":null})")));
+  // No object, so no result and no output can come back.
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Echo","nullAccessor":true})"),
+                        J(R"({"op":"call"})")));
+  // An agent that never reports a result must not pass for success.
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Silent"})"),
+                        J(R"({"op":"call","output":null})")));
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Unknown"})", R"({"result":4317})");
+  ExpectReply(R"({"op":"call","agent":"fake"})", R"({"result":4317})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Echo","policyId":1})",
+              R"({"error":"bad field"})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":["Echo"]})", R"({"error":"bad field"})");
+}
+
+TEST_F(SessionTest, PluginSettingsRoundTripAndForcedFailures) {
+  StartFake();
+  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
+              R"({"result":0,"output":{"enabled":true,"name":"Sample","level":2,
+                  "servers":["relay1.example.test"]}})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"SetSettings",
+                  "input":{"enabled":false,"name":"Gr\u00fc\u00df","level":4,"servers":["a","b"]}})",
+              R"({"result":0})");
+  EXPECT_TRUE(
+      JsonEqual(Run(R"({"op":"call","agent":"fake","method":"GetSettings"})")["output"],
+                J(R"({"enabled":false,"name":"Gr\u00fc\u00df","level":4,"servers":["a","b"]})")));
+
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample","fail":31})", R"({"fail":31})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"SetSettings","input":{"name":"x"}})",
+              R"({"result":31})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
+              R"({"result":31,"output":null})");
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample","fail":0})", R"({"fail":0})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
+              R"({"result":0,"output":{"name":"Gr\u00fc\u00df"}})");
+}
+
+TEST_F(SessionTest, RefusedComponentsFailInitAndNothingStaysHeld) {
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample","available":false})",
+              R"({"available":false})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":5002})");
+  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager"})",
+              R"({"held":0,"extraReleases":0})");
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample","available":true})", R"({"available":true})");
+  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager","available":false})",
+              R"({"available":false})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":5002})");
+  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager","available":true})",
+              R"({"available":true})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
+  // A failing plug-in refuses the sink, and the agent passes that code on.
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample","fail":1359})", R"({"fail":1359})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":1359})");
+  ExpectReply(R"({"op":"plugin","name":"Test.Sample"})", R"({"held":0,"extraReleases":0})");
+}
+
+TEST_F(SessionTest, ManagerRefusesRegistrationOnRequest) {
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"manager","register":false})", R"({"registered":[]})");
+  ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":1627})");
+  ExpectReply(R"({"op":"manager","register":true})", R"({"registered":[]})");
+  ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":0})");
+  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"second"})", R"({"result":0})");
+  ExpectReply(R"({"op":"init","agent":"second"})", R"({"result":0})");
+  ExpectReply(R"({"op":"start","agent":"second"})", R"({"result":0})");
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Changed","input":{"what":1}})",
+              R"({"result":0})");
+  ExpectReply(R"({"op":"call","agent":"second","method":"Changed","input":{"what":7}})",
+              R"({"result":0})");
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"manager"})"),
+                        J(R"({"op":"manager","registered":["Test.Fake","Test.Fake"],
+                              "changeNotifications":[1,7]})")));
+}
+
+TEST_F(SessionTest, NotificationsReachTheAgentAndComeBackAsEvents) {
+  StartFake();
+  ExpectReply(R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
+                  "data":{"name":"changed","level":4}})",
+              R"({"delivered":1})");
+  EXPECT_TRUE(
+      JsonEqual(Run(R"({"op":"events"})")["events"], J(R"([{"name":"Test.Fake.Changed","flags":0,
+                               "body":{"enabled":true,"name":"changed","level":4,
+                                       "servers":["relay1.example.test"]}}])")));
+  // Taken once: the next "events" starts afresh.
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"events"})"), J(R"({"op":"events","events":[]})")));
+  // The change stays with the plug-in.
+  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
+              R"({"output":{"name":"changed","level":4}})");
+  // Without a sink nothing is delivered.
+  ExpectReply(R"({"op":"uninit","agent":"fake"})", R"({"op":"uninit"})");
+  ExpectReply(R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged"})",
+              R"({"delivered":0})");
+}
+
+TEST_F(SessionTest, EventsFromOtherThreadsAreWaitedFor) {
+  StartFake();
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Emit",
+                  "input":{"name":"Late","flags":512,"body":{"n":1},"delayMs":100}})",
+              R"({"result":0})");
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"events","count":1,"waitMs":10000})")["events"],
+                        J(R"([{"name":"Late","flags":512,"body":{"n":1}}])")));
+  // Waiting for more than arrives ends at the deadline with what there is.
+  ExpectReply(R"({"op":"call","agent":"fake","method":"Emit","input":{"name":"One"}})",
+              R"({"result":0})");
+  const auto before = std::chrono::steady_clock::now();
+  const Json::Value reply = Run(R"({"op":"events","count":2,"waitMs":300})");
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(250));
+  EXPECT_TRUE(JsonContains(reply, J(R"({"events":[{"name":"One","flags":0,"body":null}]})")))
+      << CompactJson(reply);
+  EXPECT_EQ(reply["events"].size(), 1u);
+}
+
+TEST_F(SessionTest, ShutdownGivesBackWhatTheScriptLeft) {
+  StartFake();
+  ExpectReply(R"({"op":"create","class":"Test.Plain","as":"p"})", R"({"result":0})");
+  EXPECT_EQ(g_live.load(), 2);
+  session.Shutdown();
+  EXPECT_EQ(g_live.load(), 0);
+  // The registered agent unregistered itself on its way out.
+  ExpectReply(R"({"op":"manager"})", R"({"registered":[]})");
+  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"error":"agent destroyed"})");
+}
+
+TEST(ComponentManagerTest, CodesForEachRefusal) {
+  PluginRegistry plugins{MakeReferencePlugins()};
+  Manager manager;
+  ComponentManager components{manager, plugins};
+  void* object = &manager;
+  const kel::InterfaceId unknownIid{1, 2};
+  EXPECT_EQ(components.GetComponent(L"No.Such", &IID_IKelBaseInterface, &object), 1168u);
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(components.GetComponent(L"Test.Sample", &unknownIid, &object), 50u);
+  EXPECT_EQ(components.GetComponent(nullptr, &unknownIid, &object), 87u);
+  EXPECT_EQ(components.GetComponent(L"Test.Sample", nullptr, &object), 87u);
+  EXPECT_EQ(components.GetComponent(L"Test.Sample", &unknownIid, nullptr), 87u);
+  EXPECT_EQ(components.Held(L"Test.Sample"), 0u);
+  ASSERT_EQ(components.GetComponent(EnterpriseIntegration::kManagerComponentName,
+                                    &EnterpriseIntegration::IID_IManager, &object),
+            0u);
+  EXPECT_EQ(object, static_cast<EnterpriseIntegration::IManager*>(&manager));
+  components.ReleaseComponent(EnterpriseIntegration::kManagerComponentName);
+  components.ReleaseComponent(EnterpriseIntegration::kManagerComponentName);
+  components.ReleaseComponent(nullptr);
+  EXPECT_EQ(components.Held(EnterpriseIntegration::kManagerComponentName), 0u);
+  EXPECT_EQ(components.UnmatchedReleases(EnterpriseIntegration::kManagerComponentName), 1u);
+}
+
+class RunnerTest : public SessionTest {
+ protected:
+  // Runs `script`; returns the reply lines.
+  std::vector<Json::Value> RunScript(const std::string& script) {
+    std::istringstream in(script);
+    runner.Run(in, "test.jsonl");
+    std::vector<Json::Value> replies;
+    std::istringstream replyText(output.str());
+    std::string line;
+    while (std::getline(replyText, line)) replies.push_back(J(line));
+    output.str("");
+    return replies;
+  }
+
+  std::ostringstream output;
+  std::ostringstream diagnostics;
+  Runner runner{session, output, diagnostics};
+};
+
+TEST_F(RunnerTest, OneReplyPerCommandAndAllHeldWhenNothingFailed) {
+  const auto replies = RunScript(
+      "# comment\n"
+      "{\"op\":\"sleep\",\"ms\":0,\"expect\":{\"op\":\"sleep\"}}\n"
+      "\n"
+      "{\"op\":\"fly\",\"expect\":{\"error\":\"unknown op\"}}\n"
+      "{\"op\":\"create\",\"class\":\"Nope\",\"expectHas\":{\"result\":1168},"
+      "\"expectAbsent\":[\"error\"]}\n");
+  ASSERT_EQ(replies.size(), 3u);
+  EXPECT_TRUE(JsonEqual(replies[0], J(R"({"op":"sleep"})")));
+  EXPECT_EQ(replies[1]["error"].asString(), "unknown op");
+  EXPECT_FALSE(replies[1].isMember("ok"));
+  EXPECT_TRUE(runner.AllHeld());
+  EXPECT_EQ(diagnostics.str(), "");
+}
+
+TEST_F(RunnerTest, EachKindOfFailureFailsTheRunAndIsReported) {
+  const auto replies = RunScript(
+      "{\"op\":\"create\",\"class\":\"Nope\",\"expect\":{\"result\":0}}\n"
+      "{not json}\n"
+      "{\"op\":\"fly\"}\n"
+      "{\"op\":\"fly\",\"expect\":{\"error\":\"something else\"}}\n"
+      "{\"op\":\"sleep\",\"ms\":0}\n");
+  ASSERT_EQ(replies.size(), 5u);
+  EXPECT_TRUE(JsonEqual(replies[0], J(R"({"op":"create","result":1168,"ok":false,
+      "mismatch":"expect \"result\": expected 0, got 1168"})")));
+  EXPECT_TRUE(JsonContains(replies[1], J(R"({"error":"unreadable line","line":2})")));
+  EXPECT_EQ(replies[2]["error"].asString(), "unknown op");
+  EXPECT_FALSE(replies[2].isMember("ok"));
+  EXPECT_TRUE(JsonContains(replies[3], J(R"({"error":"unknown op","ok":false})")));
+  EXPECT_TRUE(JsonEqual(replies[4], J(R"({"op":"sleep"})")));
+  EXPECT_EQ(runner.FailedLines(), 4u);
+  EXPECT_FALSE(runner.AllHeld());
+  const std::string notes = diagnostics.str();
+  for (const char* where :
+       {"test.jsonl:1: ", "test.jsonl:2: ", "test.jsonl:3: ", "test.jsonl:4: "}) {
+    EXPECT_NE(notes.find(where), std::string::npos) << where << " in\n" << notes;
+  }
+  EXPECT_EQ(notes.find("test.jsonl:5: "), std::string::npos) << notes;
+}
+
+}  // namespace
+}  // namespace kelhost
