@@ -15,8 +15,10 @@ inline constexpr char kDescription[] = "description";
 inline constexpr char kDetectionWithoutScan[] = "detectionWithoutScan";
 inline constexpr char kDnsAddress[] = "dnsAddress";
 inline constexpr char kDnsTimeout[] = "dnsTimeout";
+inline constexpr char kDomains[] = "domains";
 inline constexpr char kEmails[] = "emails";
 inline constexpr char kEnabled[] = "enabled";
+inline constexpr char kGroups[] = "groups";
 inline constexpr char kMainAction[] = "mainAction";
 inline constexpr char kName[] = "name";
 inline constexpr char kOnDetection[] = "onDetection";
@@ -32,5 +34,6 @@ inline constexpr char kSkipSystemServers[] = "skipSystemServers";
 inline constexpr char kStopProcessing[] = "stopProcessing";
 inline constexpr char kTraffic[] = "traffic";
 inline constexpr char kUsers[] = "users";
+inline constexpr char kWildcards[] = "wildcards";
 
 }  // namespace EnterpriseIntegration::json_keys
