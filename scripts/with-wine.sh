@@ -19,8 +19,8 @@ stop() {
   wait "$server" 2>/dev/null || true
   for proc in /proc/[0-9]*; do
     [ "${proc#/proc/}" != "$$" ] || continue
-    tr '\0' ' ' <"$proc/cmdline" 2>/dev/null | grep -qiE '^[a-z]:\\|^/usr/lib/wine/' || continue
-    if tr '\0' '\n' <"$proc/environ" 2>/dev/null | grep -qx "WINEPREFIX=$WINEPREFIX"; then
+    tr '\0' ' ' 2>/dev/null <"$proc/cmdline" | grep -qiE '^[a-z]:\\|^/usr/lib/wine/' || continue
+    if tr '\0' '\n' 2>/dev/null <"$proc/environ" | grep -qx "WINEPREFIX=$WINEPREFIX"; then
       kill -9 "${proc#/proc/}" 2>/dev/null || true
     fi
   done

@@ -35,16 +35,20 @@ bool SaveEnumValue(uint32_t code, const NameTableView& table, Json::Value& out) 
 bool LoadFlagsValue(const Json::Value& value, const NameTableView& table, uint32_t& out) {
   if (!value.isArray()) return false;
   uint32_t flags = 0;
-  const Json::ArrayIndex size = value.size();
-  for (Json::ArrayIndex i = 0; i < size; ++i) {
+  Json::ArrayIndex held = 0;
+  for (const Json::Value& item : value) {
+    ++held;
     std::string_view name;
-    const EnumName* row = detail::StringViewOf(value[i], name) ? table.FindName(name) : nullptr;
+    const EnumName* row = detail::StringViewOf(item, name) ? table.FindName(name) : nullptr;
     if (row == nullptr) {
       if (table.skip_unknown) continue;
       return false;
     }
     flags |= row->code;
   }
+  // An array built with gaps holds fewer elements than its size: the gaps
+  // read as null, which names no flag.
+  if (held != value.size() && !table.skip_unknown) return false;
   // An empty set says nothing the reader could act on: it is refused.
   if (flags == 0) return false;
   out = flags;

@@ -32,10 +32,10 @@ bool SaveStaysWithinGap(const Json::Value& root, std::string_view path) {
   const Json::Value* existing = &root;  // null once the walk leaves the document
   while (reader.Next(segment)) {
     if (!segment.name.empty()) {
-      existing = existing != nullptr && existing->isObject()
-                     ? existing->find(segment.name.data(),
-                                      segment.name.data() + segment.name.size())
-                     : nullptr;
+      existing =
+          existing != nullptr && existing->isObject()
+              ? existing->find(segment.name.data(), segment.name.data() + segment.name.size())
+              : nullptr;
     }
     if (segment.has_index) {
       const bool array = existing != nullptr && existing->isArray();

@@ -94,9 +94,8 @@ bool LoadIntegerValue(const Json::Value& value, uint32_t& out) {
     return false;
   }
   // A negative number arrives as its 32-bit pattern: -1 is 0xFFFFFFFF.
-  out = static_cast<uint32_t>(value.type() == Json::intValue
-                                  ? static_cast<uint64_t>(value.asInt64())
-                                  : value.asUInt64());
+  out = static_cast<uint32_t>(
+      value.type() == Json::intValue ? static_cast<uint64_t>(value.asInt64()) : value.asUInt64());
   return true;
 }
 
@@ -111,14 +110,13 @@ bool LoadIntegerValue(const Json::Value& value, int32_t& out) {
 
 bool LoadIntegerValue(const Json::Value& value, uint64_t& out) {
   if (!IsInteger(value)) return false;
-  out = value.type() == Json::intValue ? static_cast<uint64_t>(value.asInt64())
-                                       : value.asUInt64();
+  out = value.type() == Json::intValue ? static_cast<uint64_t>(value.asInt64()) : value.asUInt64();
   return true;
 }
 
 bool LoadIntegerValue(const Json::Value& value, int64_t& out) {
-  if (!IsInteger(value) || !InRange(value, std::numeric_limits<int64_t>::min(),
-                                    std::numeric_limits<int64_t>::max())) {
+  if (!IsInteger(value) ||
+      !InRange(value, std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max())) {
     return false;
   }
   out = value.asInt64();

@@ -86,12 +86,13 @@ struct BoolCodec : JsonCodec {
 template <class I>
 struct IntegerCodec : JsonCodec {
   static_assert(sizeof(I) == 4 || sizeof(I) == 8, "integers travel as 32 or 64 bits");
-  using Wire = std::conditional_t<
-      sizeof(I) == 4, std::conditional_t<std::is_signed_v<I>, int32_t, uint32_t>,
-      std::conditional_t<std::is_signed_v<I>, int64_t, uint64_t>>;
-  using JsonType = std::conditional_t<
-      sizeof(I) == 4, std::conditional_t<std::is_signed_v<I>, Json::Int, Json::UInt>,
-      std::conditional_t<std::is_signed_v<I>, Json::Int64, Json::UInt64>>;
+  using Wire =
+      std::conditional_t<sizeof(I) == 4, std::conditional_t<std::is_signed_v<I>, int32_t, uint32_t>,
+                         std::conditional_t<std::is_signed_v<I>, int64_t, uint64_t>>;
+  using JsonType =
+      std::conditional_t<sizeof(I) == 4,
+                         std::conditional_t<std::is_signed_v<I>, Json::Int, Json::UInt>,
+                         std::conditional_t<std::is_signed_v<I>, Json::Int64, Json::UInt64>>;
 
   bool Load(const JsonNodeRef& at, I& out) const {
     out = 0;
@@ -140,8 +141,8 @@ namespace detail {
 
 template <class E>
 constexpr void CheckCodeType() {
-  static_assert((std::is_integral_v<E> || std::is_enum_v<E>) && sizeof(E) == 4,
-                "enumerations and flag sets are 32-bit codes");
+  constexpr bool kCode = std::is_integral_v<E> || std::is_enum_v<E>;
+  static_assert(kCode && sizeof(E) == 4, "enumerations and flag sets are 32-bit codes");
 }
 
 }  // namespace detail
@@ -149,9 +150,7 @@ constexpr void CheckCodeType() {
 // An enumeration member (a 32-bit integer or enum) named by a table.
 template <class E>
 struct EnumCodec : JsonCodec {
-  constexpr explicit EnumCodec(NameTableView names) : table(names) {
-    detail::CheckCodeType<E>();
-  }
+  constexpr explicit EnumCodec(NameTableView names) : table(names) { detail::CheckCodeType<E>(); }
   bool Load(const JsonNodeRef& at, E& out) const {
     uint32_t code = 0;
     if (at.IsAbsent() || !LoadEnumValue(*at.node(), table, code)) return false;
@@ -167,9 +166,7 @@ struct EnumCodec : JsonCodec {
 // A flag-set member (a 32-bit integer or enum) named by a table.
 template <class E>
 struct FlagCodec : JsonCodec {
-  constexpr explicit FlagCodec(NameTableView names) : table(names) {
-    detail::CheckCodeType<E>();
-  }
+  constexpr explicit FlagCodec(NameTableView names) : table(names) { detail::CheckCodeType<E>(); }
   bool Load(const JsonNodeRef& at, E& out) const {
     uint32_t flags = 0;
     if (at.IsAbsent() || !LoadFlagsValue(*at.node(), table, flags)) return false;

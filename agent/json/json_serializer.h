@@ -15,6 +15,7 @@
 //     static bool Check(const S& s) { ... }
 //   };
 //
+// (Schemas keep their columns aligned between "// clang-format off" and "on".)
 // The JSON type follows from the member's C++ type (json_primitives.h);
 // enumerations and flag sets name their table (json_enum.h) after the member.
 //
@@ -25,7 +26,9 @@
 //                                (Default() for the type's own default);
 //                                present: as Required.
 //   BestEffort(key, &S::m, ...)  loaded when present and loadable, otherwise
-//                                ignored (the member keeps its value, no log).
+//                                ignored: the member keeps its value and the
+//                                key is not logged (keys inside a nested
+//                                structure still log their own failures).
 //   Inline(&S::m), InlineBase<B>()
 //                                a nested structure whose keys stand in this
 //                                same object (a shared rule header).
@@ -36,7 +39,9 @@
 //   When(predicate)              the key exists only when predicate(structure)
 //                                holds, judged on what is loaded so far (for
 //                                a key that depends on an earlier one);
-//   kLoadOnly, kSaveOnly         one direction only.
+//   kLoadOnly, kSaveOnly         one direction only. A key read always but
+//                                written only sometimes is two fields: one
+//                                kLoadOnly, one kSaveOnly with When(...).
 // A key may be a key path ("onDetection/stopProcessing"); a malformed key, or
 // one that names no member, does not compile.
 //
@@ -121,9 +126,9 @@ template <class P>
 struct IsCondition<Condition<P>> : std::true_type {};
 
 template <class T>
-inline constexpr bool kIsModifier = kIsConversion<T> || IsDefault<T>::value ||
-                                    IsCondition<T>::value || std::is_same_v<T, LoadOnlyTag> ||
-                                    std::is_same_v<T, SaveOnlyTag>;
+inline constexpr bool kIsModifier =
+    kIsConversion<T> || IsDefault<T>::value || IsCondition<T>::value ||
+    std::is_same_v<T, LoadOnlyTag> || std::is_same_v<T, SaveOnlyTag>;
 
 template <class M>
 constexpr auto PickCodec() {
@@ -340,9 +345,9 @@ void SaveField(const Nested& field, const S& value, Json::Value& object) {
 
 template <class T>
 bool StructCodec<T>::LoadMembers(const JsonNodeRef& at, T& out) {
-  const bool loaded = std::apply(
-      [&](const auto&... field) { return (detail::LoadField(field, at, out) && ...); },
-      JsonSchema<T>::kFields);
+  const bool loaded =
+      std::apply([&](const auto&... field) { return (detail::LoadField(field, at, out) && ...); },
+                 JsonSchema<T>::kFields);
   return loaded && JsonSchema<T>::Check(static_cast<const T&>(out));
 }
 

@@ -72,10 +72,23 @@ TEST(JsonPathTest, AbsentWhenAnyStepDoesNotHold) {
 }
 
 TEST(JsonPathTest, MalformedPathsFailForReadingAndForSaving) {
-  const char* const malformed[] = {
-      "a[",      "a/b[1",  "a]",      "a/b]",         "a/b[]",           "a/b[-1]",
-      "a/b[+1]", "a/b[1x]", "a/b[0x1]", "a/b[1]c",    "a/b[1][0]",       "a/b[ 1]",
-      "a/b[1 ]", "[",       "]",        "a/b[4294967296]", "a/b[99999999999999999999]"};
+  const char* const malformed[] = {"a[",
+                                   "a/b[1",
+                                   "a]",
+                                   "a/b]",
+                                   "a/b[]",
+                                   "a/b[-1]",
+                                   "a/b[+1]",
+                                   "a/b[1x]",
+                                   "a/b[0x1]",
+                                   "a/b[1]c",
+                                   "a/b[1][0]",
+                                   "a/b[ 1]",
+                                   "a/b[1 ]",
+                                   "[",
+                                   "]",
+                                   "a/b[4294967296]",
+                                   "a/b[99999999999999999999]"};
   for (const char* path : malformed) {
     SCOPED_TRACE(path);
     EXPECT_FALSE(IsWellFormedPath(path));

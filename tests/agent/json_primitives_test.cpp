@@ -43,7 +43,7 @@ constexpr auto no = std::nullopt;
 constexpr int64_t kInt64Min = std::numeric_limits<int64_t>::min();
 
 const Row kRows[] = {
-    // json                    unsigned bool   uint32       int32         uint64                  int64        string
+    // JSON text, unsigned form; then as bool, uint32, int32, uint64, int64, string.
     {"null", false, no, no, no, no, no, nullptr},
     {"true", false, true, no, no, no, no, nullptr},
     {"false", false, false, no, no, no, no, nullptr},
@@ -165,10 +165,10 @@ TEST(JsonPrimitivesTest, StringsConvertBetweenUtf8AndWideBothWays) {
 
   // Invalid UTF-8 in a document loads with replacement characters.
   Json::Value raw(Json::objectValue);
-  const char bad[] = "a\xC0\xAF" "b\xE2\x82";
+  const char bad[] = "a\xC0\xAF\x62\xE2\x82";  // a, overlong, b, truncated
   raw["s"] = Json::Value(bad, bad + sizeof bad - 1);
   ASSERT_TRUE(LoadAt(&raw, "s", text));
-  EXPECT_EQ(text, L"a\xFFFD\xFFFD" L"b\xFFFD");
+  EXPECT_EQ(text, L"a\xFFFD\xFFFD\x62\xFFFD");
 }
 
 TEST(JsonPrimitivesTest, GuidsTravelInTheirTextForm) {
@@ -317,8 +317,9 @@ TEST(JsonListTest, ListsOfEnumerationsAndEmptyListsSave) {
   ASSERT_TRUE(SaveAt(doc, "verdicts", verdicts, kVerdictNames));
   ASSERT_TRUE(SaveAt(doc, "none", kel::List<uint32_t>()));
   // An element without a name keeps its place as null.
-  EXPECT_EQ(Compact(doc),
-            Canonical(R"({"verdicts": ["redirectEmail", null, "rejectOrDeleteEmail"], "none": []})"));
+  EXPECT_EQ(
+      Compact(doc),
+      Canonical(R"({"verdicts": ["redirectEmail", null, "rejectOrDeleteEmail"], "none": []})"));
   kel::List<Verdict> loaded;
   EXPECT_FALSE(LoadAt(&doc, "verdicts", loaded, kVerdictNames));
   doc["verdicts"][1] = "deliverEmail";
@@ -344,6 +345,14 @@ TEST(JsonListTest, AnArrayWithGapsReadsTheGapsAsNull) {
   ASSERT_EQ(nested.Count(), 2u);
   EXPECT_EQ(nested.FirstConst()->Count(), 2u);
   EXPECT_TRUE(nested.LastConst()->IsEmpty());
+
+  // In a flag set a gap names no flag.
+  doc["flags"][0] = "email";
+  doc["flags"][2] = "connection";
+  uint32_t flags = 0;
+  EXPECT_FALSE(LoadAt(&doc, "flags", flags, kAddressForms));
+  ASSERT_TRUE(LoadAt(&doc, "flags", flags, kAddressForms.SkippingUnknownNames()));
+  EXPECT_EQ(flags, 3u);
 }
 
 struct Utf8Case {
@@ -355,15 +364,15 @@ TEST(TextConvertTest, InvalidUtf8BecomesOneReplacementPerMaximalBadSequence) {
   const Utf8Case cases[] = {
       {"plain", L"plain"},
       {"\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", L"\u00E9\u20AC\xD834\xDD1E"},
-      {"\x80", L"\xFFFD"},                          // stray continuation
-      {"\xC0\xAF", L"\xFFFD\xFFFD"},                // overlong lead byte
-      {"\xE0\x80\x80", L"\xFFFD\xFFFD\xFFFD"},      // overlong three-byte form
-      {"\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD"},      // an encoded surrogate
+      {"\x80", L"\xFFFD"},                                // stray continuation
+      {"\xC0\xAF", L"\xFFFD\xFFFD"},                      // overlong lead byte
+      {"\xE0\x80\x80", L"\xFFFD\xFFFD\xFFFD"},            // overlong three-byte form
+      {"\xED\xA0\x80", L"\xFFFD\xFFFD\xFFFD"},            // an encoded surrogate
       {"\xF4\x90\x80\x80", L"\xFFFD\xFFFD\xFFFD\xFFFD"},  // above U+10FFFF
       {"\xF5\xFF", L"\xFFFD\xFFFD"},
-      {"\xE2\x82", L"\xFFFD"},    // truncated at the end: one replacement
-      {"\xE2\x82" "A", L"\xFFFD" L"A"},  // truncated by a new character
-      {"\xF0\x9D\x84" "\xF0\x9D\x84\x9E", L"\xFFFD\xD834\xDD1E"},
+      {"\xE2\x82", L"\xFFFD"},          // truncated at the end: one replacement
+      {"\xE2\x82\x41", L"\xFFFD\x41"},  // truncated by a new character ("A")
+      {"\xF0\x9D\x84\xF0\x9D\x84\x9E", L"\xFFFD\xD834\xDD1E"},
       {std::string("a\0b", 3), std::wstring(L"a\0b", 3)},
   };
   for (const Utf8Case& c : cases) {
@@ -375,7 +384,7 @@ TEST(TextConvertTest, InvalidUtf8BecomesOneReplacementPerMaximalBadSequence) {
 TEST(TextConvertTest, UnpairedSurrogatesBecomeReplacementsInUtf8) {
   EXPECT_EQ(kel::Utf8FromWide(std::wstring(L"\xD834\xDD1E")), "\xF0\x9D\x84\x9E");
   EXPECT_EQ(kel::Utf8FromWide(std::wstring(L"\xD834")), "\xEF\xBF\xBD");
-  EXPECT_EQ(kel::Utf8FromWide(std::wstring(L"\xDD1E\xD834" L"x")), "\xEF\xBF\xBD\xEF\xBF\xBDx");
+  EXPECT_EQ(kel::Utf8FromWide(std::wstring(L"\xDD1E\xD834\x78")), "\xEF\xBF\xBD\xEF\xBF\xBDx");
   EXPECT_EQ(kel::Utf8FromWide(std::wstring(L"\u07FF\u0800\uFFFF")),
             "\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF");
   EXPECT_EQ(kel::Utf8FromWide(std::wstring(L"a\0b", 3)), std::string("a\0b", 3));

@@ -324,7 +324,8 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
       {"scan settings as an array",
        [](Json::Value& r) { r["scanSettings"] = Json::Value(Json::arrayValue); },
        {"scanSettings"}},
-      {"no traffic", [](Json::Value& r) { r["traffic"] = Json::Value(Json::arrayValue); },
+      {"no traffic",
+       [](Json::Value& r) { r["traffic"] = Json::Value(Json::arrayValue); },
        {"traffic"}},
       {"unknown traffic", [](Json::Value& r) { r["traffic"][0] = "Incoming"; }, {"traffic"}},
       {"unknown action",
@@ -336,9 +337,11 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
       {"server without confidence",
        [](Json::Value& r) { r["servers"][1].removeMember("confidence"); },
        {"confidence", "servers[1]", "servers"}},
-      {"server as text", [](Json::Value& r) { r["servers"][0] = "rbl.example.com"; },
+      {"server as text",
+       [](Json::Value& r) { r["servers"][0] = "rbl.example.com"; },
        {"servers[0]", "servers"}},
-      {"servers as an object", [](Json::Value& r) { r["servers"] = Json::Value(Json::objectValue); },
+      {"servers as an object",
+       [](Json::Value& r) { r["servers"] = Json::Value(Json::objectValue); },
        {"servers"}},
       // The cross-field rule fails the structure without a line of its own.
       {"servers without any DNS", [](Json::Value& r) { r.removeMember("dnsAddress"); }, {}},
@@ -440,7 +443,11 @@ TEST(JsonSerializerWithoutLoggingTest, FailuresWriteNothingAndBindNothing) {
 TEST(JsonSerializerSaveTest, SavesEveryKeyCreatingTheNestedObjects) {
   Rule rule;
   ASSERT_TRUE(Load(Parse(kRuleText), rule));
-  EXPECT_EQ(Compact(Save(rule)), Canonical(kRuleText));
+  const Json::Value saved = Save(rule);
+  EXPECT_EQ(Compact(saved), Canonical(kRuleText));
+  Rule again;
+  ASSERT_TRUE(Load(saved, again));
+  EXPECT_TRUE(again == rule);
 
   Rule minimal;
   ASSERT_TRUE(Load(Parse(kMinimalRuleText), minimal));
@@ -534,8 +541,7 @@ struct JsonSchema<Base> : JsonSchemaBase<Base> {
 // and always written as "emails".
 template <>
 struct JsonSchema<Derived> : JsonSchemaBase<Derived> {
-  static constexpr auto kFields = Fields(InlineBase<Base>(),
-                                         Optional(k::kEmails, &Derived::users),
+  static constexpr auto kFields = Fields(InlineBase<Base>(), Optional(k::kEmails, &Derived::users),
                                          Optional(k::kUsers, &Derived::users, kLoadOnly));
 };
 }  // namespace EnterpriseIntegration
@@ -609,12 +615,18 @@ class RuleGenerator {
   // Some JSON value of any type, shallow.
   Json::Value AnyValue() {
     switch (Below(9)) {
-      case 0: return Json::Value();
-      case 1: return Json::Value(Below(2) == 0);
-      case 2: return Json::Value(static_cast<Json::Int64>(random_()) - (1ll << 31));
-      case 3: return Json::Value(static_cast<Json::UInt64>(random_()) << 20);
-      case 4: return Json::Value(0.5 * Below(8));
-      case 5: return Json::Value("incoming");
+      case 0:
+        return Json::Value();
+      case 1:
+        return Json::Value(Below(2) == 0);
+      case 2:
+        return Json::Value(static_cast<Json::Int64>(random_()) - (1ll << 31));
+      case 3:
+        return Json::Value(static_cast<Json::UInt64>(random_()) << 20);
+      case 4:
+        return Json::Value(0.5 * Below(8));
+      case 5:
+        return Json::Value("incoming");
       case 6: {
         const kel::StringW text = Text();
         return Json::Value(kel::Utf8FromWide(text.c_str(), text.Length()));
@@ -624,7 +636,8 @@ class RuleGenerator {
         for (uint32_t i = Below(3); i > 0; --i) array.append(AnyValue());
         return array;
       }
-      default: return Json::Value(Json::objectValue);
+      default:
+        return Json::Value(Json::objectValue);
     }
   }
 
