@@ -16,8 +16,9 @@ bool EqualIgnoringCase(const wchar_t* a, const wchar_t* b) {
 }  // namespace
 
 const PolicyMethodEntry* PolicyMethodTable::Find(const wchar_t* name) const {
+  // An empty row (no name, no handler) only holds a place in a table.
   for (size_t i = 0; i < count; ++i)
-    if (EqualIgnoringCase(rows[i].name, name)) return &rows[i];
+    if (rows[i].name && rows[i].handler && EqualIgnoringCase(rows[i].name, name)) return &rows[i];
   return nullptr;
 }
 

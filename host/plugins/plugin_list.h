@@ -3,3 +3,10 @@
 // returns std::unique_ptr<kelhost::ReferencePlugin>. Included twice by
 // plugins.cpp, so deliberately without an include guard.
 KELHOST_PLUGIN(MakeSamplePlugin)
+KELHOST_PLUGIN(MakeConnectionPlugin)
+KELHOST_PLUGIN(MakeContentPlugin)
+KELHOST_PLUGIN(MakeTransportPlugin)
+KELHOST_PLUGIN(MakeAntispamPlugin)
+KELHOST_PLUGIN(MakeDomainCheckPlugin)
+KELHOST_PLUGIN(MakeAntivirusPlugin)
+KELHOST_PLUGIN(MakeAttachmentPlugin)

@@ -1,0 +1,202 @@
+// "MailServers.Antivirus": the antivirus plug-in (sdk/mailservers/antivirus.h).
+// It keeps a footer per mail direction, the replacement texts and the rule set
+// it is given, and answers them back; it has no notifications.
+#include <memory>
+#include <mutex>
+
+#include "host/plugins/reference_plugin.h"
+#include "sdk/kel_base_interface.h"
+#include "sdk/mailservers/antivirus.h"
+
+namespace kelhost {
+namespace {
+
+using kel::nusdk::MailServers::Antivirus::IAntivirus;
+using kel::nusdk::MailServers::Antivirus::ReplacementTexts;
+using kel::nusdk::MailServers::Antivirus::TransportRuleSet;
+
+// Copies the rules through the list slots, as a plug-in built elsewhere does;
+// each rule comes with its own lists.
+uint32_t CopyRules(kel::IList<TransportRuleSet::Rule>& target,
+                   const kel::IList<TransportRuleSet::Rule>& source) {
+  kel::EnumPtr<kel::IConstListEnum<TransportRuleSet::Rule>> e(source.NewConstEnum());
+  if (!e) return kPluginInternalError;
+  kel::List<TransportRuleSet::Rule> copy;
+  for (; e->HasCurrent(); e->Advance()) copy.EmplaceBack(*e->Current());
+  target.RemoveAll();
+  for (const TransportRuleSet::Rule& rule : copy) {
+    if (const uint32_t code = target.AddBack(rule)) return code;
+  }
+  return 0;
+}
+
+struct Footer {
+  uint8_t enabled = 0;
+  kel::StringW text;
+};
+
+// Starts with every footer off and empty, stock replacement texts, and an
+// empty rule set, switched off.
+class AntivirusPlugin final : public ReferencePlugin, public IAntivirus {
+ public:
+  AntivirusPlugin() {
+    texts_.scanned.replaced = L"An infected attachment was removed from this message.";
+    texts_.scanned.quarantined = L"An infected attachment was moved to quarantine.";
+    texts_.unscannable.replaced = L"An attachment that could not be scanned was removed.";
+    texts_.unscannable.quarantined = L"An attachment that could not be scanned was quarantined.";
+    texts_.moreInformation = L"Ask your administrator for details.";
+  }
+
+  const wchar_t* ComponentName() const override {
+    return kel::nusdk::MailServers::Antivirus::kComponentName;
+  }
+
+  void* Interface(const kel::InterfaceId& iid) override { return QueryInterface(&iid); }
+
+  void* QueryInterface(const kel::InterfaceId* iid) override {
+    if (iid == nullptr) return nullptr;
+    if (*iid == IID_IKelBaseInterface ||
+        *iid == kel::nusdk::MailServers::Antivirus::IID_IAntivirus) {
+      return static_cast<IAntivirus*>(this);
+    }
+    return nullptr;
+  }
+
+  // A mask may name any directions, none included; a reader names exactly one.
+  uint32_t SetFooterEnabled(uint32_t directions, uint8_t enabled) override {
+    if (const uint32_t code = Failure()) return code;
+    if ((directions & ~kel::nusdk::MailServers::kTrafficAll) != 0) return kPluginBadArgument;
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (int i = 0; i < kDirections; ++i) {
+      if ((directions & (1u << i)) != 0) footers_[i].enabled = enabled != 0 ? 1 : 0;
+    }
+    return 0;
+  }
+
+  uint32_t IsFooterEnabled(uint32_t direction, uint8_t& enabled) override {
+    if (const uint32_t code = Failure()) return code;
+    const int index = IndexOf(direction);
+    if (index < 0) return kPluginBadArgument;
+    std::lock_guard<std::mutex> lock(mutex_);
+    enabled = footers_[index].enabled;
+    return 0;
+  }
+
+  uint32_t SetFooter(uint32_t directions, const kel::StringW& footer) override {
+    if (const uint32_t code = Failure()) return code;
+    if ((directions & ~kel::nusdk::MailServers::kTrafficAll) != 0) return kPluginBadArgument;
+    try {
+      const kel::StringW copy(footer.c_str(), footer.Length());
+      std::lock_guard<std::mutex> lock(mutex_);
+      for (int i = 0; i < kDirections; ++i) {
+        if ((directions & (1u << i)) != 0) footers_[i].text = copy;
+      }
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  uint32_t GetFooter(uint32_t direction, kel::StringW& footer) override {
+    if (const uint32_t code = Failure()) return code;
+    const int index = IndexOf(direction);
+    if (index < 0) return kPluginBadArgument;
+    try {
+      std::lock_guard<std::mutex> lock(mutex_);
+      footer.Assign(footers_[index].text.c_str(), footers_[index].text.Length());
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  uint32_t SetReplacementTexts(const ReplacementTexts& texts) override {
+    if (const uint32_t code = Failure()) return code;
+    try {
+      ReplacementTexts copy;
+      CopyTexts(copy, texts);
+      std::lock_guard<std::mutex> lock(mutex_);
+      texts_ = std::move(copy);
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  uint32_t GetReplacementTexts(ReplacementTexts& texts) override {
+    if (const uint32_t code = Failure()) return code;
+    try {
+      std::lock_guard<std::mutex> lock(mutex_);
+      CopyTexts(texts, texts_);
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  uint32_t SetRules(const TransportRuleSet& rules) override {
+    if (const uint32_t code = Failure()) return code;
+    try {
+      TransportRuleSet copy;
+      copy.enabled = rules.enabled;
+      if (const uint32_t code = CopyRules(copy.rules, rules.rules)) return code;
+      std::lock_guard<std::mutex> lock(mutex_);
+      rules_ = std::move(copy);
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  uint32_t GetRules(TransportRuleSet& rules) override {
+    if (const uint32_t code = Failure()) return code;
+    try {
+      std::lock_guard<std::mutex> lock(mutex_);
+      rules.enabled = rules_.enabled;
+      return CopyRules(rules.rules, rules_.rules);
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  NotifyOutcome Notify(const std::string& notification, const Json::Value&) override {
+    return NotifyOutcome::Failed(
+        "unknown notification",
+        "MailServers.Antivirus has no notification \"" + notification + "\"");
+  }
+
+ private:
+  static constexpr int kDirections = 3;  // incoming, outgoing, internal: bits 0 to 2
+
+  // The footer slot of one direction, or -1 when `direction` is not exactly one.
+  static int IndexOf(uint32_t direction) {
+    for (int i = 0; i < kDirections; ++i) {
+      if (direction == (1u << i)) return i;
+    }
+    return -1;
+  }
+
+  static void CopyText(kel::StringW& target, const kel::StringW& source) {
+    target.Assign(source.c_str(), source.Length());
+  }
+  static void CopyTexts(ReplacementTexts& target, const ReplacementTexts& source) {
+    CopyText(target.scanned.replaced, source.scanned.replaced);
+    CopyText(target.scanned.quarantined, source.scanned.quarantined);
+    CopyText(target.unscannable.replaced, source.unscannable.replaced);
+    CopyText(target.unscannable.quarantined, source.unscannable.quarantined);
+    CopyText(target.moreInformation, source.moreInformation);
+  }
+
+  std::mutex mutex_;
+  Footer footers_[kDirections];
+  ReplacementTexts texts_;
+  TransportRuleSet rules_;
+};
+
+}  // namespace
+
+std::unique_ptr<ReferencePlugin> MakeAntivirusPlugin() {
+  return std::make_unique<AntivirusPlugin>();
+}
+
+}  // namespace kelhost

@@ -1,0 +1,120 @@
+#include "transport/connection/connection_agent.h"
+
+#include "agent/json/json_serializer.h"
+#include "transport/connection/connection_schema.h"
+
+namespace ConnectionFilter {
+namespace {
+
+using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::JsonComposedSerializer;
+using EnterpriseIntegration::JsonNodeRef;
+using EnterpriseIntegration::JsonSerializer;
+using kel::nusdk::MailServers::Connection::SenderBlackList;
+namespace json_keys = EnterpriseIntegration::json_keys;
+
+// Reports the plug-in's code; on success writes `value` as the whole output,
+// or reports 1359 with the output cleared if it cannot be written.
+template <class T>
+void Answer(IPolicyMethod& method, uint32_t code, const T& value) {
+  method.SetResult(code);
+  Json::Value* output = method.GetOutput();
+  if (code != 0 || output == nullptr) return;
+  if (!JsonSerializer<T>::Save(*output, value)) {
+    *output = Json::Value();
+    method.SetResult(kel::result::kInternalError);
+  }
+}
+
+}  // namespace
+
+ConnectionAgent::ConnectionAgent()
+    : Agent(kel::nusdk::MailServers::Connection::kComponentName,
+            L"ConnectionFilter::ConnectionAgent") {}
+
+EnterpriseIntegration::PolicyMethodTable ConnectionAgent::PolicyMethods() const {
+  // The long names begin with "MailServers.ConnectionFilter", which the prefix
+  // strip ("MailServers.Connection" and ".") leaves as it is, so they are
+  // matched whole; the short names are matched bare or behind the prefix.
+  static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
+      {L"MailServers.ConnectionFilter.SenderBlackList.GetList",
+       Handle<&ConnectionAgent::GetSenderBlackList>},
+      {L"MailServers.ConnectionFilter.SenderBlackList.SetList",
+       Handle<&ConnectionAgent::SetSenderBlackList>},
+      {L"MailServers.ConnectionFilter.SenderBlackList.IsEnabled",
+       Handle<&ConnectionAgent::IsSenderBlackListEnabled>},
+      {L"MailServers.ConnectionFilter.SenderBlackList.SetEnabled",
+       Handle<&ConnectionAgent::SetSenderBlackListEnabled>},
+      {L"MailServers.ConnectionFilter.SetEnabled", Handle<&ConnectionAgent::SetEnabled>},
+      {L"MailServers.ConnectionFilter.IsEnabled", Handle<&ConnectionAgent::IsEnabled>},
+      {L"GetSenderBlackList", Handle<&ConnectionAgent::GetSenderBlackList>},
+      {L"SetSenderBlackList", Handle<&ConnectionAgent::SetSenderBlackList>},
+      {L"IsSenderBlackListEnabled", Handle<&ConnectionAgent::IsSenderBlackListEnabled>},
+      {L"SetSenderBlackListEnabled", Handle<&ConnectionAgent::SetSenderBlackListEnabled>},
+      {L"IsEnabled", Handle<&ConnectionAgent::IsEnabled>},
+      {L"SetEnabled", Handle<&ConnectionAgent::SetEnabled>},
+  };
+  return kMethods;
+}
+
+void ConnectionAgent::ReportNames(INameSink* sink) {
+  if (!sink) return;
+  try {
+    for (const wchar_t* name : kReportedNames) sink->AddName(name);
+  } catch (...) {
+  }
+}
+
+bool ConnectionAgent::SetSwitch(IPolicyMethod& method, uint32_t (IConnection::*set)(bool)) {
+  Switch input;
+  if (!JsonSerializer<Switch>::Load(JsonNodeRef(method.GetInput()), input)) return false;
+  method.SetResult((plugin()->*set)(input.enabled != 0));
+  return true;
+}
+
+bool ConnectionAgent::ReadSwitch(IPolicyMethod& method, uint32_t (IConnection::*get)(bool&)) {
+  bool enabled = false;
+  const uint32_t code = (plugin()->*get)(enabled);
+  Answer(method, code, Switch{static_cast<uint8_t>(enabled ? 1 : 0)});
+  return true;
+}
+
+bool ConnectionAgent::SetEnabled(IPolicyMethod& method) {
+  return SetSwitch(method, &IConnection::SetEnabled);
+}
+
+bool ConnectionAgent::IsEnabled(IPolicyMethod& method) {
+  return ReadSwitch(method, &IConnection::IsEnabled);
+}
+
+bool ConnectionAgent::SetSenderBlackListEnabled(IPolicyMethod& method) {
+  return SetSwitch(method, &IConnection::SetSenderBlackListEnabled);
+}
+
+bool ConnectionAgent::IsSenderBlackListEnabled(IPolicyMethod& method) {
+  return ReadSwitch(method, &IConnection::IsSenderBlackListEnabled);
+}
+
+// Two input forms: "entries", a plain list in which every entry is an exact
+// address (a "*" in one is not looked at: the plug-in owns the matching), or
+// the full form with "emails" and "wildcards". "entries" wins when both are there.
+bool ConnectionAgent::SetSenderBlackList(IPolicyMethod& method) {
+  const JsonNodeRef input(method.GetInput());
+  SenderBlackList list;
+  if (!JsonNodeRef(input, json_keys::kEntries).IsAbsent()) {
+    if (!JsonComposedSerializer::Load(input, json_keys::kEntries, list.emails)) return false;
+  } else if (!JsonSerializer<SenderBlackList>::Load(input, list)) {
+    return false;
+  }
+  method.SetResult(plugin()->SetSenderBlackList(list));
+  return true;
+}
+
+bool ConnectionAgent::GetSenderBlackList(IPolicyMethod& method) {
+  SenderBlackList list;
+  const uint32_t code = plugin()->GetSenderBlackList(list);
+  Answer(method, code, list);
+  return true;
+}
+
+}  // namespace ConnectionFilter

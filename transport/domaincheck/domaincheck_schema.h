@@ -1,0 +1,76 @@
+#pragma once
+// The domain-check rule set that the transport agent sets and reads
+// (JsonSerializer<DomainCheck::RuleSet> on the whole {"enabled", "rules"}
+// object).
+//
+// A permitted sender is an IPv4 address in dotted form, "/prefix" optional,
+// read by the address type's own parser: exactly four groups of 1 to 3
+// digits, each below 256, and a prefix from 1 to 32. It is stricter than a
+// loose number conversion per piece would be: blanks, signs, trailing text,
+// groups of 256 or more and "/0" are refused rather than read or wrapped.
+#include <cstdint>
+
+#include "agent/json/json_serializer.h"
+#include "sdk/mailservers/domaincheck.h"
+#include "transport/rule_actions.h"
+#include "transport/rule_schema.h"
+
+namespace EnterpriseIntegration {
+
+namespace domaincheck {
+namespace ns = kel::nusdk::MailServers::DomainCheck;
+using Action = kel::nusdk::MailServers::IDomainCheckFilterRule::SecondaryAction::Action;
+
+// The common actions' first four, and no notifications.
+inline constexpr auto kSecondaryActionNames = EnumNames({
+    {Action::kTagSubject, "tagSubject"},
+    {Action::kAddHeader, "addHeader"},
+    {Action::kSaveToFolder, "saveToFolder"},
+    {Action::kBccTo, "bccTo"},
+});
+
+}  // namespace domaincheck
+
+// clang-format off
+template <>
+struct JsonSchema<domaincheck::ns::ScanSettings> : JsonSchemaBase<domaincheck::ns::ScanSettings> {
+  using S = domaincheck::ns::ScanSettings;
+  static constexpr auto kFields = Fields(
+      //       key                             member                  default
+      Required(json_keys::kPermittedSenders,   &S::permittedSenders),  // [IPv4 text]
+      Optional(json_keys::kCheckAuthenticated, &S::checkAuthenticated, Default(uint8_t{0})));
+};
+
+template <>
+struct JsonSchema<domaincheck::ns::SecondaryAction>
+    : SecondaryActionSchema<domaincheck::ns::SecondaryAction, domaincheck::kSecondaryActionNames> {};
+
+template <>
+struct JsonSchema<domaincheck::ns::OnDetection> : JsonSchemaBase<domaincheck::ns::OnDetection> {
+  using S = domaincheck::ns::OnDetection;
+  static constexpr auto kFields = Fields(
+      //       key                            member                 default
+      Required(json_keys::kMainAction,        &S::mainAction),       // the common main action
+      Optional(json_keys::kSecondaryActions,  &S::secondaryActions,  Default()));  // none when absent
+};
+
+template <>
+struct JsonSchema<domaincheck::ns::RuleSet::Rule> : JsonSchemaBase<domaincheck::ns::RuleSet::Rule> {
+  using S = domaincheck::ns::RuleSet::Rule;
+  static constexpr auto kFields = Fields(
+      InlineBase<kel::nusdk::MailServers::RuleHeader>(),
+      Required(json_keys::kScanSettings,  &S::scanSettings),
+      Required(json_keys::kOnDetection,   &S::onDetection),
+      StopProcessingField<S>());
+};
+
+template <>
+struct JsonSchema<domaincheck::ns::RuleSet> : JsonSchemaBase<domaincheck::ns::RuleSet> {
+  using S = domaincheck::ns::RuleSet;
+  static constexpr auto kFields = Fields(
+      Required(json_keys::kEnabled,  &S::enabled),  // boolean
+      Required(json_keys::kRules,    &S::rules));   // [Rule], in evaluation order
+};
+// clang-format on
+
+}  // namespace EnterpriseIntegration
