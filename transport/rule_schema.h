@@ -111,6 +111,16 @@ constexpr auto StopProcessingField() {
                                         JsonSchemaBase<Rule>::kSaveOnly);
 }
 
+// {"enabled", "rules"}: every filter's rule set, the rules in evaluation order.
+// A filter adds its own Check by deriving.
+template <class RuleSet>
+struct RuleSetEnvelopeSchema : JsonSchemaBase<RuleSet> {
+  using B = JsonSchemaBase<RuleSet>;
+  static constexpr auto kFields = B::Fields(
+      B::Required(json_keys::kEnabled, &RuleSet::enabled),  // boolean
+      B::Required(json_keys::kRules,   &RuleSet::rules));   // [Rule]
+};
+
 // "notifyInternalRecipients" data: both parties are told unless said otherwise.
 template <>
 struct JsonSchema<kel::nusdk::MailServers::NotifyData>

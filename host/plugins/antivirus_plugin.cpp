@@ -4,8 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "host/plugins/reference_plugin.h"
-#include "sdk/kel_base_interface.h"
+#include "host/plugins/rule_set_plugin.h"
 #include "sdk/mailservers/antivirus.h"
 
 namespace kelhost {
@@ -15,21 +14,6 @@ using kel::nusdk::MailServers::Antivirus::IAntivirus;
 using kel::nusdk::MailServers::Antivirus::ReplacementTexts;
 using kel::nusdk::MailServers::Antivirus::TransportRuleSet;
 
-// Copies the rules through the list slots, as a plug-in built elsewhere does;
-// each rule comes with its own lists.
-uint32_t CopyRules(kel::IList<TransportRuleSet::Rule>& target,
-                   const kel::IList<TransportRuleSet::Rule>& source) {
-  kel::EnumPtr<kel::IConstListEnum<TransportRuleSet::Rule>> e(source.NewConstEnum());
-  if (!e) return kPluginInternalError;
-  kel::List<TransportRuleSet::Rule> copy;
-  for (; e->HasCurrent(); e->Advance()) copy.EmplaceBack(*e->Current());
-  target.RemoveAll();
-  for (const TransportRuleSet::Rule& rule : copy) {
-    if (const uint32_t code = target.AddBack(rule)) return code;
-  }
-  return 0;
-}
-
 struct Footer {
   uint8_t enabled = 0;
   kel::StringW text;
@@ -37,9 +21,11 @@ struct Footer {
 
 // Starts with every footer off and empty, stock replacement texts, and an
 // empty rule set, switched off.
-class AntivirusPlugin final : public ReferencePlugin, public IAntivirus {
+class AntivirusPlugin final : public RuleSetPlugin<IAntivirus, TransportRuleSet> {
  public:
-  AntivirusPlugin() {
+  AntivirusPlugin()
+      : RuleSetPlugin(kel::nusdk::MailServers::Antivirus::kComponentName,
+                      kel::nusdk::MailServers::Antivirus::IID_IAntivirus) {
     texts_.scanned.replaced = L"An infected attachment was removed from this message.";
     texts_.scanned.quarantined = L"An infected attachment was moved to quarantine.";
     texts_.unscannable.replaced = L"An attachment that could not be scanned was removed.";
@@ -47,22 +33,6 @@ class AntivirusPlugin final : public ReferencePlugin, public IAntivirus {
     texts_.moreInformation = L"Ask your administrator for details.";
   }
 
-  const wchar_t* ComponentName() const override {
-    return kel::nusdk::MailServers::Antivirus::kComponentName;
-  }
-
-  void* Interface(const kel::InterfaceId& iid) override { return QueryInterface(&iid); }
-
-  void* QueryInterface(const kel::InterfaceId* iid) override {
-    if (iid == nullptr) return nullptr;
-    if (*iid == IID_IKelBaseInterface ||
-        *iid == kel::nusdk::MailServers::Antivirus::IID_IAntivirus) {
-      return static_cast<IAntivirus*>(this);
-    }
-    return nullptr;
-  }
-
-  // A mask may name any directions, none included; a reader names exactly one.
   uint32_t SetFooterEnabled(uint32_t directions, uint8_t enabled) override {
     if (const uint32_t code = Failure()) return code;
     if ((directions & ~kel::nusdk::MailServers::kTrafficAll) != 0) return kPluginBadArgument;
@@ -134,37 +104,6 @@ class AntivirusPlugin final : public ReferencePlugin, public IAntivirus {
     }
   }
 
-  uint32_t SetRules(const TransportRuleSet& rules) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      TransportRuleSet copy;
-      copy.enabled = rules.enabled;
-      if (const uint32_t code = CopyRules(copy.rules, rules.rules)) return code;
-      std::lock_guard<std::mutex> lock(mutex_);
-      rules_ = std::move(copy);
-      return 0;
-    } catch (...) {
-      return kPluginInternalError;
-    }
-  }
-
-  uint32_t GetRules(TransportRuleSet& rules) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      std::lock_guard<std::mutex> lock(mutex_);
-      rules.enabled = rules_.enabled;
-      return CopyRules(rules.rules, rules_.rules);
-    } catch (...) {
-      return kPluginInternalError;
-    }
-  }
-
-  NotifyOutcome Notify(const std::string& notification, const Json::Value&) override {
-    return NotifyOutcome::Failed(
-        "unknown notification",
-        "MailServers.Antivirus has no notification \"" + notification + "\"");
-  }
-
  private:
   static constexpr int kDirections = 3;  // incoming, outgoing, internal: bits 0 to 2
 
@@ -187,10 +126,8 @@ class AntivirusPlugin final : public ReferencePlugin, public IAntivirus {
     CopyText(target.moreInformation, source.moreInformation);
   }
 
-  std::mutex mutex_;
   Footer footers_[kDirections];
   ReplacementTexts texts_;
-  TransportRuleSet rules_;
 };
 
 }  // namespace

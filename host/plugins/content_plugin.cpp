@@ -1,86 +1,16 @@
-// "MailServers.Content": the content filter (sdk/mailservers/content.h). It
-// keeps the rule set it is given and answers it back; it has no notifications.
+// "MailServers.Content": the content filter (sdk/mailservers/content.h). It keeps the
+// rule set it is given and answers it back; it has no notifications.
 #include <memory>
-#include <mutex>
 
-#include "host/plugins/reference_plugin.h"
-#include "sdk/kel_base_interface.h"
+#include "host/plugins/rule_set_plugin.h"
 #include "sdk/mailservers/content.h"
 
 namespace kelhost {
-namespace {
 
-using kel::nusdk::MailServers::Content::IContent;
-using kel::nusdk::MailServers::Content::RuleSet;
-
-// Copies the rules through the list slots, as a plug-in built elsewhere does;
-// each rule comes with its own lists.
-uint32_t CopyRules(kel::IList<RuleSet::Rule>& target, const kel::IList<RuleSet::Rule>& source) {
-  kel::EnumPtr<kel::IConstListEnum<RuleSet::Rule>> e(source.NewConstEnum());
-  if (!e) return kPluginInternalError;
-  kel::List<RuleSet::Rule> copy;
-  for (; e->HasCurrent(); e->Advance()) copy.EmplaceBack(*e->Current());
-  target.RemoveAll();
-  for (const RuleSet::Rule& rule : copy) {
-    if (const uint32_t code = target.AddBack(rule)) return code;
-  }
-  return 0;
+std::unique_ptr<ReferencePlugin> MakeContentPlugin() {
+  namespace filter = kel::nusdk::MailServers::Content;
+  return std::make_unique<RuleSetPlugin<filter::IContent, filter::RuleSet>>(filter::kComponentName,
+                                                                            filter::IID_IContent);
 }
-
-// Starts with an empty rule set, switched off.
-class ContentPlugin final : public ReferencePlugin, public IContent {
- public:
-  const wchar_t* ComponentName() const override {
-    return kel::nusdk::MailServers::Content::kComponentName;
-  }
-
-  void* Interface(const kel::InterfaceId& iid) override { return QueryInterface(&iid); }
-
-  void* QueryInterface(const kel::InterfaceId* iid) override {
-    if (iid == nullptr) return nullptr;
-    if (*iid == IID_IKelBaseInterface || *iid == kel::nusdk::MailServers::Content::IID_IContent) {
-      return static_cast<IContent*>(this);
-    }
-    return nullptr;
-  }
-
-  uint32_t SetRules(const RuleSet& rules) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      RuleSet copy;
-      copy.enabled = rules.enabled;
-      if (const uint32_t code = CopyRules(copy.rules, rules.rules)) return code;
-      std::lock_guard<std::mutex> lock(mutex_);
-      rules_ = std::move(copy);
-      return 0;
-    } catch (...) {
-      return kPluginInternalError;
-    }
-  }
-
-  uint32_t GetRules(RuleSet& rules) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      std::lock_guard<std::mutex> lock(mutex_);
-      rules.enabled = rules_.enabled;
-      return CopyRules(rules.rules, rules_.rules);
-    } catch (...) {
-      return kPluginInternalError;
-    }
-  }
-
-  NotifyOutcome Notify(const std::string& notification, const Json::Value&) override {
-    return NotifyOutcome::Failed(
-        "unknown notification", "MailServers.Content has no notification \"" + notification + "\"");
-  }
-
- private:
-  std::mutex mutex_;
-  RuleSet rules_;
-};
-
-}  // namespace
-
-std::unique_ptr<ReferencePlugin> MakeContentPlugin() { return std::make_unique<ContentPlugin>(); }
 
 }  // namespace kelhost

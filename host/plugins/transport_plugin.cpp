@@ -77,9 +77,9 @@ class TransportPlugin final : public ReferencePlugin, public tp::ITransport {
   }
 
   NotifyOutcome Notify(const std::string& notification, const Json::Value&) override {
-    return NotifyOutcome::Failed("unknown notification",
-                                 "MailServers.Transport has no notification \"" + notification +
-                                     "\"");
+    return NotifyOutcome::Failed(
+        "unknown notification",
+        "MailServers.Transport has no notification \"" + notification + "\"");
   }
 
  private:

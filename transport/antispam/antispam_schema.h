@@ -114,12 +114,7 @@ struct JsonSchema<antispam::ns::RuleSet::Rule> : JsonSchemaBase<antispam::ns::Ru
 };
 
 template <>
-struct JsonSchema<antispam::ns::RuleSet> : JsonSchemaBase<antispam::ns::RuleSet> {
-  using S = antispam::ns::RuleSet;
-  static constexpr auto kFields = Fields(
-      Required(json_keys::kEnabled,  &S::enabled),  // boolean
-      Required(json_keys::kRules,    &S::rules));   // [Rule], in evaluation order
-};
+struct JsonSchema<antispam::ns::RuleSet> : RuleSetEnvelopeSchema<antispam::ns::RuleSet> {};
 // clang-format on
 
 }  // namespace EnterpriseIntegration

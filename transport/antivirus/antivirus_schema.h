@@ -212,11 +212,8 @@ struct JsonSchema<kel::nusdk::MailServers::Antivirus::RuleSet::Rule>
 // The whole rule set; the redirect check runs once every rule has loaded.
 template <>
 struct JsonSchema<kel::nusdk::MailServers::Antivirus::RuleSet>
-    : JsonSchemaBase<kel::nusdk::MailServers::Antivirus::RuleSet> {
+    : RuleSetEnvelopeSchema<kel::nusdk::MailServers::Antivirus::RuleSet> {
   using S = kel::nusdk::MailServers::Antivirus::RuleSet;
-  static constexpr auto kFields = Fields(
-      Required(json_keys::kEnabled, &S::enabled),
-      Required(json_keys::kRules,   &S::rules));
   static bool Check(const S& s) { return antivirus::CheckRedirectTargets(s); }
 };
 

@@ -236,12 +236,7 @@ struct JsonSchema<attachment::Rules::Rule> : JsonSchemaBase<attachment::Rules::R
 };
 
 template <>
-struct JsonSchema<attachment::Rules> : JsonSchemaBase<attachment::Rules> {
-  using S = attachment::Rules;
-  static constexpr auto kFields = Fields(
-      Required(json_keys::kEnabled, &S::enabled),
-      Required(json_keys::kRules,   &S::rules));
-};
+struct JsonSchema<attachment::Rules> : RuleSetEnvelopeSchema<attachment::Rules> {};
 // clang-format on
 
 }  // namespace EnterpriseIntegration

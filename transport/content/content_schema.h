@@ -155,12 +155,7 @@ struct JsonSchema<content::RuleSet::Rule> : JsonSchemaBase<content::RuleSet::Rul
 };
 
 template <>
-struct JsonSchema<content::RuleSet> : JsonSchemaBase<content::RuleSet> {
-  using S = content::RuleSet;
-  static constexpr auto kFields = Fields(
-      Required(json_keys::kEnabled, &S::enabled),  // boolean
-      Required(json_keys::kRules,   &S::rules));   // [Rule], in evaluation order
-};
+struct JsonSchema<content::RuleSet> : RuleSetEnvelopeSchema<content::RuleSet> {};
 // clang-format on
 
 }  // namespace EnterpriseIntegration

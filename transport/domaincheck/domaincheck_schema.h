@@ -65,12 +65,7 @@ struct JsonSchema<domaincheck::ns::RuleSet::Rule> : JsonSchemaBase<domaincheck::
 };
 
 template <>
-struct JsonSchema<domaincheck::ns::RuleSet> : JsonSchemaBase<domaincheck::ns::RuleSet> {
-  using S = domaincheck::ns::RuleSet;
-  static constexpr auto kFields = Fields(
-      Required(json_keys::kEnabled,  &S::enabled),  // boolean
-      Required(json_keys::kRules,    &S::rules));   // [Rule], in evaluation order
-};
+struct JsonSchema<domaincheck::ns::RuleSet> : RuleSetEnvelopeSchema<domaincheck::ns::RuleSet> {};
 // clang-format on
 
 }  // namespace EnterpriseIntegration
