@@ -111,6 +111,28 @@ constexpr auto StopProcessingField() {
                                         JsonSchemaBase<Rule>::kSaveOnly);
 }
 
+// A rule of a filter whose rule is the shared header, its own "scanSettings"
+// and "onDetection", and the stop flag saved last.
+template <class Rule>
+struct FilterRuleSchema : JsonSchemaBase<Rule> {
+  using B = JsonSchemaBase<Rule>;
+  static constexpr auto kFields = B::Fields(
+      B::template InlineBase<kel::nusdk::MailServers::RuleHeader>(),
+      B::Required(json_keys::kScanSettings, &Rule::scanSettings),
+      B::Required(json_keys::kOnDetection,  &Rule::onDetection),
+      StopProcessingField<Rule>());
+};
+
+// "onDetection" of the filters that act by one main action and a list of
+// secondary actions (none when the list is absent).
+template <class OnDetection>
+struct MainAndSecondaryActionsSchema : JsonSchemaBase<OnDetection> {
+  using B = JsonSchemaBase<OnDetection>;
+  static constexpr auto kFields = B::Fields(
+      B::Required(json_keys::kMainAction,       &OnDetection::mainAction),
+      B::Optional(json_keys::kSecondaryActions, &OnDetection::secondaryActions, B::Default()));
+};
+
 // {"enabled", "rules"}: every filter's rule set, the rules in evaluation order.
 // A filter adds its own Check by deriving.
 template <class RuleSet>

@@ -95,23 +95,11 @@ struct JsonSchema<antispam::ns::SecondaryAction>
     : SecondaryActionSchema<antispam::ns::SecondaryAction, rules::kCommonSecondaryActionNames> {};
 
 template <>
-struct JsonSchema<antispam::ns::OnDetection> : JsonSchemaBase<antispam::ns::OnDetection> {
-  using S = antispam::ns::OnDetection;
-  static constexpr auto kFields = Fields(
-      //       key                            member                 default
-      Required(json_keys::kMainAction,        &S::mainAction),       // the common main action
-      Optional(json_keys::kSecondaryActions,  &S::secondaryActions,  Default()));  // none when absent
-};
+struct JsonSchema<antispam::ns::OnDetection>
+    : MainAndSecondaryActionsSchema<antispam::ns::OnDetection> {};
 
 template <>
-struct JsonSchema<antispam::ns::RuleSet::Rule> : JsonSchemaBase<antispam::ns::RuleSet::Rule> {
-  using S = antispam::ns::RuleSet::Rule;
-  static constexpr auto kFields = Fields(
-      InlineBase<kel::nusdk::MailServers::RuleHeader>(),
-      Required(json_keys::kScanSettings,  &S::scanSettings),
-      Required(json_keys::kOnDetection,   &S::onDetection),
-      StopProcessingField<S>());
-};
+struct JsonSchema<antispam::ns::RuleSet::Rule> : FilterRuleSchema<antispam::ns::RuleSet::Rule> {};
 
 template <>
 struct JsonSchema<antispam::ns::RuleSet> : RuleSetEnvelopeSchema<antispam::ns::RuleSet> {};

@@ -200,14 +200,7 @@ struct JsonSchema<kel::nusdk::MailServers::Antivirus::RuleSet::OnDetection>
 
 template <>
 struct JsonSchema<kel::nusdk::MailServers::Antivirus::RuleSet::Rule>
-    : JsonSchemaBase<kel::nusdk::MailServers::Antivirus::RuleSet::Rule> {
-  using S = kel::nusdk::MailServers::Antivirus::RuleSet::Rule;
-  static constexpr auto kFields = Fields(
-      InlineBase<kel::nusdk::MailServers::RuleHeader>(),
-      Required(json_keys::kScanSettings, &S::scanSettings),
-      Required(json_keys::kOnDetection,  &S::onDetection),
-      StopProcessingField<S>());
-};
+    : FilterRuleSchema<kel::nusdk::MailServers::Antivirus::RuleSet::Rule> {};
 
 // The whole rule set; the redirect check runs once every rule has loaded.
 template <>

@@ -210,12 +210,8 @@ struct JsonSchema<attachment::SecondaryAction> : JsonSchemaBase<attachment::Seco
 };
 
 template <>
-struct JsonSchema<attachment::OnDetection> : JsonSchemaBase<attachment::OnDetection> {
-  using S = attachment::OnDetection;
-  static constexpr auto kFields = Fields(
-      Required(json_keys::kMainAction,       &S::mainAction),
-      Optional(json_keys::kSecondaryActions, &S::secondaryActions, Default()));
-};
+struct JsonSchema<attachment::OnDetection>
+    : MainAndSecondaryActionsSchema<attachment::OnDetection> {};
 
 template <>
 struct JsonSchema<attachment::Rules::ScanningRule>

@@ -135,13 +135,8 @@ struct JsonSchema<content::OnDetection::SecondaryAction>
 };
 
 template <>
-struct JsonSchema<content::OnDetection> : JsonSchemaBase<content::OnDetection> {
-  using S = content::OnDetection;
-  static constexpr auto kFields = Fields(
-      //       key                           member               default
-      Required(json_keys::kMainAction,       &S::mainAction),
-      Optional(json_keys::kSecondaryActions, &S::secondaryActions, Default()));  // none when absent
-};
+struct JsonSchema<content::OnDetection>
+    : MainAndSecondaryActionsSchema<content::OnDetection> {};
 
 template <>
 struct JsonSchema<content::RuleSet::Rule> : JsonSchemaBase<content::RuleSet::Rule> {

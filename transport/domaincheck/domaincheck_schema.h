@@ -46,23 +46,11 @@ struct JsonSchema<domaincheck::ns::SecondaryAction>
     : SecondaryActionSchema<domaincheck::ns::SecondaryAction, domaincheck::kSecondaryActionNames> {};
 
 template <>
-struct JsonSchema<domaincheck::ns::OnDetection> : JsonSchemaBase<domaincheck::ns::OnDetection> {
-  using S = domaincheck::ns::OnDetection;
-  static constexpr auto kFields = Fields(
-      //       key                            member                 default
-      Required(json_keys::kMainAction,        &S::mainAction),       // the common main action
-      Optional(json_keys::kSecondaryActions,  &S::secondaryActions,  Default()));  // none when absent
-};
+struct JsonSchema<domaincheck::ns::OnDetection>
+    : MainAndSecondaryActionsSchema<domaincheck::ns::OnDetection> {};
 
 template <>
-struct JsonSchema<domaincheck::ns::RuleSet::Rule> : JsonSchemaBase<domaincheck::ns::RuleSet::Rule> {
-  using S = domaincheck::ns::RuleSet::Rule;
-  static constexpr auto kFields = Fields(
-      InlineBase<kel::nusdk::MailServers::RuleHeader>(),
-      Required(json_keys::kScanSettings,  &S::scanSettings),
-      Required(json_keys::kOnDetection,   &S::onDetection),
-      StopProcessingField<S>());
-};
+struct JsonSchema<domaincheck::ns::RuleSet::Rule> : FilterRuleSchema<domaincheck::ns::RuleSet::Rule> {};
 
 template <>
 struct JsonSchema<domaincheck::ns::RuleSet> : RuleSetEnvelopeSchema<domaincheck::ns::RuleSet> {};
