@@ -8,7 +8,7 @@
 #include "agent/agent.h"
 #include "tests/agent/fakes.h"
 #include "tests/agent/sample_agent/sample_agent.h"
-#include "tests/frame/log_sink_probe.h"
+#include "tests/support/log_sink_probe.h"
 #include "tests/support/vtable.h"
 
 namespace {

@@ -15,7 +15,7 @@
 #include "frame/logging/log.h"
 #include "frame/text_convert.h"
 #include "tests/agent/json_test_util.h"
-#include "tests/frame/log_sink_probe.h"
+#include "tests/support/log_sink_probe.h"
 
 namespace test_rules {
 
@@ -238,26 +238,6 @@ class JsonSerializerTest : public ::testing::Test {
   SinkProbe probe_;  // after log_: it refers to the library that log_ bound
 };
 
-TEST_F(JsonSerializerTest, LoadsEveryKeyOfAHandWrittenRule) {
-  Rule rule;
-  ASSERT_TRUE(Load(Parse(kRuleText), rule));
-  EXPECT_EQ(rule.header.enabled, 0);
-  EXPECT_EQ(rule.header.name, L"Block spam");
-  EXPECT_EQ(rule.header.description, L"first rule");
-  EXPECT_EQ(rule.header.traffic, 5u);
-  EXPECT_EQ(rule.scanSettings.aggressivity, 3u);
-  EXPECT_EQ(rule.scanSettings.checkAuthenticated, 1);
-  EXPECT_EQ(rule.mainAction.action, Verdict::kRedirect);
-  EXPECT_EQ(rule.mainAction.address, L"quarantine@example.com");
-  EXPECT_EQ(rule.stopProcessing, 1);
-  ASSERT_EQ(rule.servers.Count(), 2u);
-  EXPECT_EQ(rule.servers.FirstConst()->address, L"rbl.example.com");
-  EXPECT_EQ(rule.servers.LastConst()->confidence, 20u);
-  EXPECT_EQ(rule.dnsAddress, L"10.0.0.53");
-  EXPECT_EQ(rule.skipSystemServers, 1);
-  EXPECT_THAT(LoggedKeys(), IsEmpty());
-}
-
 TEST_F(JsonSerializerTest, AbsentOptionalKeysKeepTheCallersValueOrTakeTheirDefault) {
   Rule rule;
   rule.header.enabled = 0;              // no default in the schema: kept
@@ -278,12 +258,11 @@ TEST_F(JsonSerializerTest, AbsentOptionalKeysKeepTheCallersValueOrTakeTheirDefau
 TEST_F(JsonSerializerTest, BooleansAndStringsAcceptIntegersButNothingElse) {
   Json::Value doc = Parse(kMinimalRuleText);
   Rule rule;
-  doc["enabled"] = 0;
-  ASSERT_TRUE(Load(doc, rule));
-  EXPECT_EQ(rule.header.enabled, 0);
-  doc["enabled"] = 1;
-  ASSERT_TRUE(Load(doc, rule));
-  EXPECT_EQ(rule.header.enabled, 1);
+  for (int enabled : {1, 0}) {
+    doc["enabled"] = enabled;
+    ASSERT_TRUE(Load(doc, rule));
+    EXPECT_EQ(rule.header.enabled, enabled);
+  }
   doc["name"] = 42;
   ASSERT_TRUE(Load(doc, rule));
   EXPECT_EQ(rule.header.name, L"42");
@@ -318,15 +297,9 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
       {"aggressivity as text",
        [](Json::Value& r) { r["scanSettings"]["aggressivity"] = "high"; },
        {"aggressivity", "scanSettings"}},
-      {"aggressivity as a double",
-       [](Json::Value& r) { r["scanSettings"]["aggressivity"] = 3.0; },
-       {"aggressivity", "scanSettings"}},
       {"scan settings as an array",
        [](Json::Value& r) { r["scanSettings"] = Json::Value(Json::arrayValue); },
        {"scanSettings"}},
-      {"no traffic",
-       [](Json::Value& r) { r["traffic"] = Json::Value(Json::arrayValue); },
-       {"traffic"}},
       {"unknown traffic", [](Json::Value& r) { r["traffic"][0] = "Incoming"; }, {"traffic"}},
       {"unknown action",
        [](Json::Value& r) { r["onDetection"]["mainAction"]["action"] = "drop"; },
@@ -340,9 +313,6 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
       {"server as text",
        [](Json::Value& r) { r["servers"][0] = "rbl.example.com"; },
        {"servers[0]", "servers"}},
-      {"servers as an object",
-       [](Json::Value& r) { r["servers"] = Json::Value(Json::objectValue); },
-       {"servers"}},
       // The cross-field rule fails the structure without a line of its own.
       {"servers without any DNS", [](Json::Value& r) { r.removeMember("dnsAddress"); }, {}},
   };
@@ -366,18 +336,15 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
     keys.push_back("rules");
     EXPECT_EQ(LoggedKeys(), keys);
   }
-}
 
-TEST_F(JsonSerializerTest, TheFullLogLineNamesTheKeyInWideText) {
+  // What loaded before the failing key stays; nothing after it is reached.
   Json::Value doc = Parse(kRuleText);
-  doc["scanSettings"]["aggressivity"] = "high";
+  doc["onDetection"]["mainAction"]["action"] = "drop";
   Rule rule;
   EXPECT_FALSE(Load(doc, rule));
-  EXPECT_THAT(probe_.DrainLines(),
-              ElementsAre(RecordedLine{16, 0, L"JsonComposedSerializer::Load",
-                                       L"Failed to load subnode aggressivity"},
-                          RecordedLine{16, 0, L"JsonComposedSerializer::Load",
-                                       L"Failed to load subnode scanSettings"}));
+  EXPECT_EQ(rule.scanSettings.aggressivity, 3u);
+  EXPECT_TRUE(rule.servers.IsEmpty());
+  LoggedKeys();
 }
 
 TEST_F(JsonSerializerTest, ABestEffortKeyIsIgnoredSilentlyWhenItDoesNotLoad) {
@@ -393,30 +360,14 @@ TEST_F(JsonSerializerTest, ABestEffortKeyIsIgnoredSilentlyWhenItDoesNotLoad) {
   EXPECT_THAT(LoggedKeys(), IsEmpty());
 }
 
-TEST_F(JsonSerializerTest, AFailedLoadKeepsWhatLoadedBeforeTheFailure) {
-  Json::Value doc = Parse(kRuleText);
-  doc["onDetection"]["mainAction"]["action"] = "drop";
-  Rule rule;
-  EXPECT_FALSE(Load(doc, rule));
-  EXPECT_EQ(rule.header.name, L"Block spam");
-  EXPECT_EQ(rule.scanSettings.aggressivity, 3u);
-  EXPECT_TRUE(rule.servers.IsEmpty());  // after the failing key: never reached
-}
-
-TEST_F(JsonSerializerTest, AnAbsentOrNonObjectInputFailsWithoutALogLine) {
-  Rule rule;
-  EXPECT_FALSE(JsonSerializer<Rule>::Load(JsonNodeRef(), rule));
-  for (const char* text : {"null", "[]", "\"rule\"", "7", "true"}) {
-    SCOPED_TRACE(text);
-    EXPECT_FALSE(Load(Parse(text), rule));
-  }
-  EXPECT_THAT(LoggedKeys(), IsEmpty());
-}
-
 TEST_F(JsonSerializerTest, ComposedLoadLogsTheSubnodeButNotAnAbsentContext) {
   const Json::Value doc = Parse(R"({"settings": {"aggressivity": -1}, "bad": {}})");
   test_rules::ScanSettings settings;
+  // An absent or non-object input fails without a line.
   EXPECT_FALSE(JsonComposedSerializer::Load(JsonNodeRef(), "settings", settings));
+  Rule rule;
+  EXPECT_FALSE(JsonSerializer<Rule>::Load(JsonNodeRef(), rule));
+  for (const char* text : {"null", "[]", "\"rule\""}) EXPECT_FALSE(Load(Parse(text), rule)) << text;
   EXPECT_THAT(LoggedKeys(), IsEmpty());
   uint32_t aggressivity = 0;
   ASSERT_TRUE(
@@ -440,42 +391,24 @@ TEST(JsonSerializerWithoutLoggingTest, FailuresWriteNothingAndBindNothing) {
   EXPECT_EQ(::GetModuleHandleW(L"log.dll"), nullptr);
 }
 
-TEST(JsonSerializerSaveTest, SavesEveryKeyCreatingTheNestedObjects) {
+TEST_F(JsonSerializerTest, SavesEveryKeyAndReadsItBack) {
   Rule rule;
   ASSERT_TRUE(Load(Parse(kRuleText), rule));
+  EXPECT_THAT(LoggedKeys(), IsEmpty());
   const Json::Value saved = Save(rule);
   EXPECT_EQ(Compact(saved), Canonical(kRuleText));
-  Rule again;
-  ASSERT_TRUE(Load(saved, again));
-  EXPECT_TRUE(again == rule);
 
+  // Optional keys are written too, an empty list as []; a code without a name
+  // leaves only its own key out; the target is replaced.
   Rule minimal;
   ASSERT_TRUE(Load(Parse(kMinimalRuleText), minimal));
-  // Optional keys are written too, an empty list as [].
-  EXPECT_EQ(Compact(Save(minimal)), Canonical(R"({
-    "enabled": true, "name": "Minimal", "description": "",
-    "traffic": ["incoming", "outgoing", "internal"],
-    "scanSettings": {"aggressivity": 0, "checkAuthenticated": false},
-    "onDetection": {"mainAction": {"action": "deliverEmail"}, "stopProcessing": false},
-    "servers": [], "dnsAddress": "", "skipSystemServers": false
-  })"));
-}
-
-TEST(JsonSerializerSaveTest, ACodeWithoutANameLeavesOnlyItsKeyOut) {
-  Rule rule;
-  ASSERT_TRUE(Load(Parse(kMinimalRuleText), rule));
-  rule.mainAction.action = static_cast<Verdict>(17);
-  const Json::Value doc = Save(rule);
-  EXPECT_EQ(Compact(doc["onDetection"]), R"({"mainAction":{},"stopProcessing":false})");
-  EXPECT_TRUE(doc.isMember("servers"));
-}
-
-TEST(JsonSerializerSaveTest, SavingReplacesTheTarget) {
+  minimal.mainAction.action = static_cast<Verdict>(17);
   Json::Value doc = Parse(R"({"stale": 1})");
-  test_rules::Server server;
-  server.address = L"a";
-  ASSERT_TRUE(JsonSerializer<test_rules::Server>::Save(doc, server));
-  EXPECT_EQ(Compact(doc), R"({"address":"a","confidence":0})");
+  ASSERT_TRUE(JsonSerializer<Rule>::Save(doc, minimal));
+  EXPECT_FALSE(doc.isMember("stale"));
+  EXPECT_EQ(Compact(doc["servers"]), "[]");
+  EXPECT_EQ(Compact(doc["traffic"]), R"(["incoming","outgoing","internal"])");
+  EXPECT_EQ(Compact(doc["onDetection"]), R"({"mainAction":{},"stopProcessing":false})");
 }
 
 // A codec that fails the way a broken library would: by throwing.
@@ -612,56 +545,6 @@ class RuleGenerator {
     return set;
   }
 
-  // Some JSON value of any type, shallow.
-  Json::Value AnyValue() {
-    switch (Below(9)) {
-      case 0:
-        return Json::Value();
-      case 1:
-        return Json::Value(Below(2) == 0);
-      case 2:
-        return Json::Value(static_cast<Json::Int64>(random_()) - (1ll << 31));
-      case 3:
-        return Json::Value(static_cast<Json::UInt64>(random_()) << 20);
-      case 4:
-        return Json::Value(0.5 * Below(8));
-      case 5:
-        return Json::Value("incoming");
-      case 6: {
-        const kel::StringW text = Text();
-        return Json::Value(kel::Utf8FromWide(text.c_str(), text.Length()));
-      }
-      case 7: {
-        Json::Value array(Json::arrayValue);
-        for (uint32_t i = Below(3); i > 0; --i) array.append(AnyValue());
-        return array;
-      }
-      default:
-        return Json::Value(Json::objectValue);
-    }
-  }
-
-  // Replaces or removes one node somewhere in `doc`.
-  void Spoil(Json::Value& doc) {
-    Json::Value* node = &doc;
-    while (true) {
-      if (node->isObject() && node->size() > 0 && Below(3) != 0) {
-        const Json::Value::Members names = node->getMemberNames();
-        const std::string& name = names[Below(static_cast<uint32_t>(names.size()))];
-        if (Below(4) == 0) {
-          node->removeMember(name);
-          return;
-        }
-        node = &(*node)[name];
-      } else if (node->isArray() && node->size() > 0 && Below(3) != 0) {
-        node = &(*node)[Below(node->size())];
-      } else {
-        *node = AnyValue();
-        return;
-      }
-    }
-  }
-
  private:
   uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
 
@@ -670,7 +553,7 @@ class RuleGenerator {
 
 TEST(JsonRoundTripTest, GeneratedRuleSetsSurviveSaveAndLoad) {
   RuleGenerator generator(20240601);
-  for (int i = 0; i < 300; ++i) {
+  for (int i = 0; i < 100; ++i) {
     const RuleSet original = generator.MakeRuleSet();
     const Json::Value saved = Save(original);
     RuleSet loaded;
@@ -678,26 +561,6 @@ TEST(JsonRoundTripTest, GeneratedRuleSetsSurviveSaveAndLoad) {
     ASSERT_TRUE(loaded == original) << Compact(saved);
     ASSERT_EQ(Compact(Save(loaded)), Compact(saved));
   }
-}
-
-TEST(JsonRoundTripTest, SpoiledDocumentsFailCleanlyOrRoundTrip) {
-  RuleGenerator generator(7);
-  int loadedCount = 0;
-  for (int i = 0; i < 2000; ++i) {
-    Json::Value doc = Save(generator.MakeRuleSet());
-    for (int spoils = 1 + i % 3; spoils > 0; --spoils) generator.Spoil(doc);
-    RuleSet loaded;
-    bool ok = false;
-    ASSERT_NO_THROW(ok = Load(doc, loaded)) << Compact(doc);
-    if (!ok) continue;
-    ++loadedCount;
-    const Json::Value saved = Save(loaded);
-    RuleSet again;
-    ASSERT_TRUE(Load(saved, again)) << Compact(doc);
-    ASSERT_TRUE(again == loaded) << Compact(doc);
-  }
-  // Some spoils leave a loadable document (a changed value of the right type).
-  EXPECT_GT(loadedCount, 0);
 }
 
 // A chain of `levels` single-member objects or single-element arrays, built
@@ -714,8 +577,7 @@ Json::Value Chain(int levels, bool arrays) {
 
 TEST(JsonDepthTest, DeepValuesWhereTheSchemaWantsSomethingElseFailCleanly) {
   constexpr int kLevels = 50000;
-  const char* const keys[] = {"name", "traffic", "scanSettings", "servers", "onDetection"};
-  for (const char* key : keys) {
+  for (const char* key : {"name", "servers"}) {
     for (bool arrays : {false, true}) {
       SCOPED_TRACE(std::string(key) + (arrays ? " arrays" : " objects"));
       Json::Value doc = Parse(kRuleText);
@@ -745,10 +607,8 @@ TEST(JsonSizeTest, AHundredThousandElementsAndAMegabyteStringRoundTrip) {
   Rule rule;
   ASSERT_TRUE(Load(doc, rule));
   ASSERT_EQ(rule.servers.Count(), 100000u);
-  EXPECT_EQ(rule.servers.LastConst()->address, L"rbl99999.example.com");
   EXPECT_EQ(rule.header.description.Length(), 1u << 20);
   const Json::Value saved = Save(rule);
-  EXPECT_EQ(saved["servers"].size(), 100000u);
   EXPECT_EQ(Compact(saved["servers"][99999]),
             R"({"address":"rbl99999.example.com","confidence":99999})");
   Rule again;

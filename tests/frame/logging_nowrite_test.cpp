@@ -5,7 +5,7 @@
 
 #include "frame/logging/log.h"
 #include "frame/logging/trace_scope.h"
-#include "tests/frame/log_sink_probe.h"
+#include "tests/support/log_sink_probe.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/logging/log.h"
-#include "tests/frame/log_sink_probe.h"
+#include "tests/support/log_sink_probe.h"
 
 namespace {
 

@@ -148,32 +148,6 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
   }
 }
 
-TEST_F(SessionTest, LifecycleRunsThroughTheAgentsSlots) {
-  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample"})",
-              R"({"available":true,"held":1,"fail":0,"extraReleases":0})");
-  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager"})", R"({"held":1})");
-  ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":0})");
-  ExpectReply(R"({"op":"manager"})", R"({"registered":["Test.Fake"],"changeNotifications":[]})");
-  ExpectReply(R"({"op":"functioning","agent":"fake"})", R"({"functioning":true})");
-  ExpectReply(R"({"op":"names","agent":"fake"})", R"({"names":["Test.Fake"]})");
-  EXPECT_TRUE(JsonEqual(
-      Run(R"({"op":"features","agent":"fake"})")["features"],
-      J(R"([{"name":"Fake.Feature","enabled":true},{"name":"Fake.Disabled","enabled":false}])")));
-  ExpectReply(R"({"op":"stop","agent":"fake"})", R"({"op":"stop"})");
-  ExpectReply(R"({"op":"manager"})", R"({"registered":[]})");
-  ExpectReply(R"({"op":"uninit","agent":"fake"})", R"({"op":"uninit"})");
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample"})", R"({"held":0,"extraReleases":0})");
-  EXPECT_EQ(g_live.load(), 1);
-  ExpectReply(R"({"op":"destroy","agent":"fake"})", R"({"op":"destroy"})");
-  EXPECT_EQ(g_live.load(), 0);
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"error":"agent destroyed"})");
-  ExpectReply(R"({"op":"destroy","agent":"fake"})", R"({"error":"agent destroyed"})");
-  // The name is free again once its object is given back.
-  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
-}
-
 TEST_F(SessionTest, CreateNamesInstancesAndAsksForTheGivenInterface) {
   ExpectReply(R"({"op":"create","class":"No.Such.Agent"})", R"({"result":1168})");
   ExpectReply(R"({"op":"init","agent":"No.Such.Agent"})", R"({"error":"unknown agent"})");
@@ -221,48 +195,6 @@ TEST_F(SessionTest, CallReportsResultAndOutputAndTheNullCases) {
   ExpectReply(R"({"op":"call","agent":"fake","method":["Echo"]})", R"({"error":"bad field"})");
 }
 
-TEST_F(SessionTest, PluginSettingsRoundTripAndForcedFailures) {
-  StartFake();
-  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
-              R"({"result":0,"output":{"enabled":true,"name":"Sample","level":2,
-                  "servers":["relay1.example.test"]}})");
-  ExpectReply(R"({"op":"call","agent":"fake","method":"SetSettings",
-                  "input":{"enabled":false,"name":"Gr\u00fc\u00df","level":4,"servers":["a","b"]}})",
-              R"({"result":0})");
-  EXPECT_TRUE(
-      JsonEqual(Run(R"({"op":"call","agent":"fake","method":"GetSettings"})")["output"],
-                J(R"({"enabled":false,"name":"Gr\u00fc\u00df","level":4,"servers":["a","b"]})")));
-
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample","fail":31})", R"({"fail":31})");
-  ExpectReply(R"({"op":"call","agent":"fake","method":"SetSettings","input":{"name":"x"}})",
-              R"({"result":31})");
-  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
-              R"({"result":31,"output":null})");
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample","fail":0})", R"({"fail":0})");
-  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
-              R"({"result":0,"output":{"name":"Gr\u00fc\u00df"}})");
-}
-
-TEST_F(SessionTest, RefusedComponentsFailInitAndNothingStaysHeld) {
-  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample","available":false})",
-              R"({"available":false})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":5002})");
-  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager"})",
-              R"({"held":0,"extraReleases":0})");
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample","available":true})", R"({"available":true})");
-  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager","available":false})",
-              R"({"available":false})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":5002})");
-  ExpectReply(R"({"op":"plugin","name":"EndpointIntegration.Manager","available":true})",
-              R"({"available":true})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
-  // A failing plug-in refuses the sink, and the agent passes that code on.
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample","fail":1359})", R"({"fail":1359})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":1359})");
-  ExpectReply(R"({"op":"plugin","name":"Test.Sample"})", R"({"held":0,"extraReleases":0})");
-}
-
 TEST_F(SessionTest, ManagerRefusesRegistrationOnRequest) {
   ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
   ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
@@ -280,26 +212,6 @@ TEST_F(SessionTest, ManagerRefusesRegistrationOnRequest) {
   EXPECT_TRUE(JsonEqual(Run(R"({"op":"manager"})"),
                         J(R"({"op":"manager","registered":["Test.Fake","Test.Fake"],
                               "changeNotifications":[1,7]})")));
-}
-
-TEST_F(SessionTest, NotificationsReachTheAgentAndComeBackAsEvents) {
-  StartFake();
-  ExpectReply(R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
-                  "data":{"name":"changed","level":4}})",
-              R"({"delivered":1})");
-  EXPECT_TRUE(
-      JsonEqual(Run(R"({"op":"events"})")["events"], J(R"([{"name":"Test.Fake.Changed","flags":0,
-                               "body":{"enabled":true,"name":"changed","level":4,
-                                       "servers":["relay1.example.test"]}}])")));
-  // Taken once: the next "events" starts afresh.
-  EXPECT_TRUE(JsonEqual(Run(R"({"op":"events"})"), J(R"({"op":"events","events":[]})")));
-  // The change stays with the plug-in.
-  ExpectReply(R"({"op":"call","agent":"fake","method":"GetSettings"})",
-              R"({"output":{"name":"changed","level":4}})");
-  // Without a sink nothing is delivered.
-  ExpectReply(R"({"op":"uninit","agent":"fake"})", R"({"op":"uninit"})");
-  ExpectReply(R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged"})",
-              R"({"delivered":0})");
 }
 
 TEST_F(SessionTest, EventsFromOtherThreadsAreWaitedFor) {
