@@ -1,7 +1,7 @@
-// The antispam documents through their schemas: the RBL settings with their
-// defaults and cross-field rule, and the rule set with its scan settings and
-// actions, loaded, refused with the failing keys logged, saved and
-// round-tripped on hand-written and generated rule sets.
+// The antispam documents through their schemas: the RBL settings' refusals and
+// cross-field rule (tests/host/antispam.jsonl sets and gets them end to end),
+// and the rule set with its scan settings and actions, loaded, refused with
+// the failing keys logged, saved and round-tripped.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 
 #include "sdk/mailservers/antispam.h"
 #include "tests/agent/json_test_util.h"
-#include "tests/transport/rule_describe.h"
+#include "tests/transport/antispam_rules.h"
 #include "transport/antispam/antispam_schema.h"
 
 namespace {
@@ -27,15 +27,6 @@ using rule_test::Save;
 using rule_test::Text;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-std::string Text(const RBLSettings& s) {
-  std::string out = "timeout " + std::to_string(s.dnsTimeout) + " skip " +
-                    std::to_string(s.skipSystemServers) + " dns " + Text(s.dnsAddress) + " [";
-  for (const RBLSettings::RBLServer& server : s.servers) {
-    out += Text(server.address) + "/" + std::to_string(server.confidence) + ",";
-  }
-  return out + "]";
-}
 
 std::string Text(const as::SecondaryAction& a) {
   return "{action " + std::to_string(a.action) + " data " + Text(a.data) + " extra " +
@@ -70,59 +61,19 @@ std::string Text(const as::RuleSet& set) {
 
 class RBLSettingsTest : public rule_test::LoggedTest {};
 
-TEST_F(RBLSettingsTest, AnEmptyObjectGivesTheDefaults) {
-  RBLSettings settings;
-  settings.dnsTimeout = 7;
-  settings.skipSystemServers = 1;
-  settings.dnsAddress = L"stale";
-  settings.servers.EmplaceBack().address = L"stale";
-  ASSERT_TRUE(Load(Parse("{}"), settings));
-  EXPECT_EQ(Text(settings), "timeout 500 skip 0 dns \"\" []");
-  EXPECT_THAT(FailedKeys(), IsEmpty());
-}
-
-TEST_F(RBLSettingsTest, LoadsEveryKeyAndSavesThemBack) {
-  const char* text = R"({"dnsTimeout": 1200, "skipSystemServers": true, "dnsAddress": "10.0.0.53",
-      "servers": [{"address": "rbl.example.com", "confidence": 80},
-                  {"address": "dnsbl.example.org", "confidence": 20}]})";
-  RBLSettings settings;
-  ASSERT_TRUE(Load(Parse(text), settings));
-  EXPECT_EQ(
-      Text(settings),
-      "timeout 1200 skip 1 dns \"10.0.0.53\" [\"rbl.example.com\"/80,\"dnsbl.example.org\"/20,]");
-  EXPECT_EQ(Compact(Save(settings)), Canonical(text));
-
-  // Defaults are written too: a saved structure always carries all four keys.
-  EXPECT_EQ(Compact(Save(RBLSettings())),
-            R"({"dnsAddress":"","dnsTimeout":500,"servers":[],"skipSystemServers":false})");
-}
-
-TEST_F(RBLSettingsTest, PrimitivesAcceptTheirDocumentedForms) {
-  RBLSettings settings;
-  ASSERT_TRUE(
-      Load(Parse(R"({"skipSystemServers": 1, "dnsAddress": 53, "dnsTimeout": 0})"), settings));
-  EXPECT_EQ(Text(settings), "timeout 0 skip 1 dns \"53\" []");
-}
-
-TEST_F(RBLSettingsTest, APresentKeyOfTheWrongTypeFailsAndIsLogged) {
+TEST_F(RBLSettingsTest, AnAbsentInputOrAPresentKeyOfTheWrongTypeFails) {
   struct Case {
     const char* text;
     std::vector<std::string> keys;
   };
   const Case cases[] = {
       {R"({"dnsTimeout": "500"})", {"dnsTimeout"}},
-      {R"({"dnsTimeout": 1.5})", {"dnsTimeout"}},
-      {R"({"dnsTimeout": null})", {"dnsTimeout"}},
       {R"({"skipSystemServers": "true"})", {"skipSystemServers"}},
       {R"({"dnsAddress": ["10.0.0.1"]})", {"dnsAddress"}},
-      {R"({"dnsAddress": null})", {"dnsAddress"}},
       {R"({"servers": null})", {"servers"}},
-      {R"({"servers": {}})", {"servers"}},
       {R"({"servers": [{"address": "a"}]})", {"confidence", "servers[0]", "servers"}},
       {R"({"servers": [{"address": "a", "confidence": 1}, {"confidence": 2}]})",
        {"address", "servers[1]", "servers"}},
-      {R"({"servers": [{"address": "a", "confidence": -0.5}]})",
-       {"confidence", "servers[0]", "servers"}},
       {R"({"servers": ["rbl.example.com"]})", {"servers[0]", "servers"}},
   };
   for (const Case& c : cases) {
@@ -130,118 +81,51 @@ TEST_F(RBLSettingsTest, APresentKeyOfTheWrongTypeFailsAndIsLogged) {
     EXPECT_FALSE(Load(Parse(c.text), settings)) << c.text;
     EXPECT_EQ(FailedKeys(), c.keys) << c.text;
   }
-}
-
-TEST_F(RBLSettingsTest, AnythingButAnObjectIsRefused) {
-  for (const char* text : {"[]", "\"settings\"", "5", "null", "true"}) {
-    RBLSettings settings;
-    EXPECT_FALSE(Load(Parse(text), settings)) << text;
-  }
   RBLSettings settings;
   EXPECT_FALSE((EnterpriseIntegration::JsonSerializer<RBLSettings>::Load(
       EnterpriseIntegration::JsonNodeRef(nullptr), settings)));
 }
 
 TEST_F(RBLSettingsTest, ServersNeedADnsServerToAskThrough) {
-  const char* server = R"("servers": [{"address": "rbl.example.com", "confidence": 80}])";
-  auto loads = [&](const std::string& rest) {
-    RBLSettings settings;
-    return Load(Parse("{" + std::string(server) + rest + "}"), settings);
-  };
   // Skipping the system's servers and naming none leaves no DNS server: refused, silently.
-  EXPECT_FALSE(loads(R"(, "skipSystemServers": true)"));
-  EXPECT_FALSE(loads(R"(, "skipSystemServers": true, "dnsAddress": "")"));
+  RBLSettings settings;
+  const char* server = R"("servers": [{"address": "rbl.example.com", "confidence": 80}])";
+  EXPECT_FALSE(
+      Load(Parse("{" + std::string(server) + R"(, "skipSystemServers": true})"), settings));
   EXPECT_THAT(FailedKeys(), IsEmpty());
-  EXPECT_TRUE(loads(R"(, "skipSystemServers": true, "dnsAddress": "10.0.0.53")"));
-  EXPECT_TRUE(loads(R"(, "skipSystemServers": false)"));
-  EXPECT_TRUE(loads(""));
-  RBLSettings noServers;
-  EXPECT_TRUE(Load(Parse(R"({"servers": [], "skipSystemServers": true})"), noServers));
-}
-
-TEST_F(RBLSettingsTest, TenThousandServersLoadInOrder) {
-  Json::Value doc(Json::objectValue);
-  Json::Value& servers = doc["servers"] = Json::Value(Json::arrayValue);
-  for (int i = 0; i < 10000; ++i) {
-    Json::Value server(Json::objectValue);
-    server["address"] = "rbl" + std::to_string(i) + ".example";
-    server["confidence"] = i;
-    servers.append(server);
-  }
-  RBLSettings settings;
-  ASSERT_TRUE(Load(doc, settings));
-  ASSERT_EQ(settings.servers.Count(), 10000u);
-  EXPECT_EQ(settings.servers.LastConst()->address, L"rbl9999.example");
-  EXPECT_EQ(settings.servers.LastConst()->confidence, 9999u);
-  EXPECT_EQ(Compact(Save(settings)["servers"]), Compact(doc["servers"]));
-}
-
-TEST_F(RBLSettingsTest, DeepNestingInsideAServerFailsWithoutHarm) {
-  Json::Value doc(Json::objectValue);
-  doc["servers"] = Json::Value(Json::arrayValue);
-  doc["servers"].append(rule_test::DeepArray(5000));
-  RBLSettings settings;
-  EXPECT_FALSE(Load(doc, settings));
-  EXPECT_THAT(FailedKeys(), ElementsAre("servers[0]", "servers"));
-  json_test::Dismantle(doc["servers"][0]);
+  EXPECT_TRUE(Load(Parse(R"({"servers": [], "skipSystemServers": true})"), settings));
+  EXPECT_TRUE(Load(Parse("{" + std::string(server) + R"(, "dnsAddress": "10.0.0.53",
+                                                        "skipSystemServers": true})"),
+                   settings));
 }
 
 // ---------------------------------------------------------------------------
 // Rule set
 
-const char kRuleSetText[] = R"({
-  "enabled": true,
-  "rules": [
-    {
-      "enabled": true,
-      "name": "Spam from outside",
-      "description": "the usual",
-      "detectionWithoutScan": false,
-      "processIf": {
-        "traffic": ["incoming"],
-        "sentTo": {"consider": ["email"], "emails": ["ceo@example.com"], "groups": ["Staff"],
-                   "wildcards": ["*@example.com"], "domains": ["example.com"]}
-      },
-      "scanSettings": {
-        "aggressivity": 3,
-        "checkAuthenticated": false,
-        "useCloudQueries": true,
-        "multiFilter": {"enabled": true, "detectAsian": true, "detectCyrillic": false,
-                        "detectSexuallyExplicit": true},
-        "useURLFilter": true,
-        "useRBLFilter": true,
-        "useHeuristicFilter": false,
-        "useWhiteBlackLists": true,
-        "whiteList": ["friend@example.org"],
-        "blackList": ["spammer@example.net", "*@junk.example"]
-      },
-      "onDetection": {
-        "mainAction": {"action": "redirectEmail", "address": "spam@example.com"},
-        "secondaryActions": [
-          {"action": "tagSubject", "data": "[SPAM]", "extraData": "x"},
-          {"action": "addHeader", "data": "X-Spam", "extraData": "yes"},
-          {"action": "saveToFolder", "data": "Junk"},
-          {"action": "bccTo", "data": "audit@example.com"},
-          {"action": "addSCLHeader"},
-          {"action": "notifyInternalRecipients", "data": {"sender": false, "receivers": true}},
-          {"action": "notifyRecipients", "data": ["admin@example.com", "postmaster@example.com"]}
-        ],
-        "stopProcessing": true
-      }
-    },
-    {
-      "name": "Second",
-      "scanSettings": {
-        "aggressivity": 0, "checkAuthenticated": 1, "useCloudQueries": 0,
-        "multiFilter": {"enabled": false, "detectAsian": false, "detectCyrillic": false,
-                        "detectSexuallyExplicit": false},
-        "useURLFilter": false, "useRBLFilter": false, "useHeuristicFilter": true,
-        "useWhiteBlackLists": false, "whiteList": [], "blackList": []
-      },
-      "onDetection": {"mainAction": {"action": "quarantineEmail"}}
-    }
-  ]
-})";
+const char kRuleSetText[] = R"({"enabled": true, "rules": [{
+  "enabled": true, "name": "Spam from outside", "description": "the usual",
+  "detectionWithoutScan": false,
+  "processIf": {"traffic": ["incoming"],
+                "sentTo": {"consider": ["email"], "emails": ["ceo@example.com"], "groups": ["Staff"],
+                           "wildcards": ["*@example.com"], "domains": ["example.com"]}},
+  "scanSettings": {
+    "aggressivity": 3, "checkAuthenticated": false, "useCloudQueries": true,
+    "multiFilter": {"enabled": true, "detectAsian": true, "detectCyrillic": false,
+                    "detectSexuallyExplicit": true},
+    "useURLFilter": true, "useRBLFilter": true, "useHeuristicFilter": false,
+    "useWhiteBlackLists": true, "whiteList": ["friend@example.org"],
+    "blackList": ["spammer@example.net", "*@junk.example"]},
+  "onDetection": {
+    "mainAction": {"action": "redirectEmail", "address": "spam@example.com"},
+    "secondaryActions": [
+      {"action": "tagSubject", "data": "[SPAM]", "extraData": "x"},
+      {"action": "addHeader", "data": "X-Spam", "extraData": "yes"},
+      {"action": "saveToFolder", "data": "Junk"},
+      {"action": "bccTo", "data": "audit@example.com"},
+      {"action": "addSCLHeader"},
+      {"action": "notifyInternalRecipients", "data": {"sender": false, "receivers": true}},
+      {"action": "notifyRecipients", "data": ["admin@example.com", "postmaster@example.com"]}],
+    "stopProcessing": true}}]})";
 
 const char kRuleSetDescription[] =
     "enabled 1\n"
@@ -257,11 +141,7 @@ const char kRuleSetDescription[] =
     "recipients []},{action 4 data \"\" extra \"\" notify {sender 1 receivers 1} recipients "
     "[]},{action 5 data \"\" extra \"\" notify {sender 0 receivers 1} recipients []},{action 6 "
     "data \"\" extra \"\" notify {sender 1 receivers 1} recipients "
-    "[\"admin@example.com\",\"postmaster@example.com\",]},]\n"
-    "enabled 1 name \"Second\" description \"\" detectionWithoutScan 0 traffic 7 sentBy {consider "
-    "0 users [] groups [] wildcards [] domains []} sentTo {consider 0 users [] groups [] wildcards "
-    "[] domains []} stopProcessing 0 scan {0 1 0 multi 0000 0010 white [] black []} main {action 2 "
-    "data \"\"} secondary []\n";
+    "[\"admin@example.com\",\"postmaster@example.com\",]},]\n";
 
 class AntispamRuleSetTest : public rule_test::LoggedTest {
  protected:
@@ -281,35 +161,15 @@ class AntispamRuleSetTest : public rule_test::LoggedTest {
   }
 };
 
-TEST_F(AntispamRuleSetTest, LoadsEveryFieldOfAHandWrittenRuleSet) {
+TEST_F(AntispamRuleSetTest, AHandWrittenRuleSetLoadsEveryFieldAndSavesInTheSameShape) {
   as::RuleSet set;
   ASSERT_TRUE(Load(Parse(kRuleSetText), set));
   EXPECT_EQ(Text(set), kRuleSetDescription);
   EXPECT_THAT(FailedKeys(), IsEmpty());
-}
 
-TEST_F(AntispamRuleSetTest, SavesInTheSameShapeAndLoadsBackTheSame) {
-  as::RuleSet set;
-  ASSERT_TRUE(Load(Parse(kRuleSetText), set));
   const Json::Value saved = Save(set);
-  // What the second rule left out is written with its value; nothing else differs.
-  Json::Value expected = Parse(kRuleSetText);
-  Json::Value& second = expected["rules"][1];
-  second["enabled"] = true;
-  second["description"] = "";
-  second["detectionWithoutScan"] = false;
-  second["processIf"] = Parse(R"({"traffic": ["incoming", "outgoing", "internal"]})");
-  second["scanSettings"]["checkAuthenticated"] = true;
-  second["scanSettings"]["useCloudQueries"] = false;
-  second["onDetection"]["secondaryActions"] = Json::Value(Json::arrayValue);
-  second["onDetection"]["stopProcessing"] = false;
   // A tag's extra data is written as it was read; other actions have none.
-  EXPECT_EQ(Compact(saved), Compact(expected));
-
-  as::RuleSet again;
-  ASSERT_TRUE(Load(saved, again));
-  EXPECT_EQ(Text(again), Text(set));
-  EXPECT_EQ(Compact(Save(again)), Compact(saved));
+  EXPECT_EQ(Compact(Save(set)), Canonical(kRuleSetText));
 }
 
 TEST_F(AntispamRuleSetTest, EveryScanSettingIsRequired) {
@@ -332,9 +192,10 @@ TEST_F(AntispamRuleSetTest, ScanSettingsOfTheWrongTypeAreRefused) {
     const char* value;
   };
   const Case cases[] = {
-      {"aggressivity", R"("3")"},  {"aggressivity", "2.5"},  {"checkAuthenticated", R"("no")"},
-      {"multiFilter", "true"},     {"multiFilter", "[]"},    {"whiteList", "null"},
-      {"blackList", R"("a@b.c")"}, {"useRBLFilter", "null"},
+      {"aggressivity", "2.5"},
+      {"checkAuthenticated", R"("no")"},
+      {"multiFilter", "[]"},
+      {"blackList", R"("a@b.c")"},
   };
   for (const Case& c : cases) {
     ExpectRefused(Edited([&](Json::Value& rule) { rule["scanSettings"][c.key] = Parse(c.value); }),
@@ -343,18 +204,6 @@ TEST_F(AntispamRuleSetTest, ScanSettingsOfTheWrongTypeAreRefused) {
   ExpectRefused(
       Edited([](Json::Value& rule) { rule["scanSettings"]["whiteList"][1] = Json::Value(); }),
       {"whiteList[1]", "whiteList", "scanSettings", "rules[0]", "rules"});
-  ExpectRefused(
-      Edited([](Json::Value& rule) { rule["scanSettings"] = Json::Value(Json::arrayValue); }),
-      {"scanSettings", "rules[0]", "rules"});
-}
-
-TEST_F(AntispamRuleSetTest, AggressivityIsPassedOnUnchecked) {
-  as::RuleSet set;
-  ASSERT_TRUE(Load(Edited([](Json::Value& rule) {
-                     rule["scanSettings"]["aggressivity"] = Json::Value(Json::UInt(4294967295u));
-                   }),
-                   set));
-  EXPECT_EQ(set.rules.FirstConst()->scanSettings.aggressivity, 4294967295u);
 }
 
 TEST_F(AntispamRuleSetTest, MainActionNeedsAnAddressOnlyToRedirect) {
@@ -366,94 +215,83 @@ TEST_F(AntispamRuleSetTest, MainActionNeedsAnAddressOnlyToRedirect) {
   // The target belongs in "address"; "data" is not read for it.
   ExpectRefused(main(R"({"action": "redirectEmail", "data": "x@example.com"})"),
                 {"address", "mainAction", "onDetection", "rules[0]", "rules"});
-  ExpectRefused(main(R"({"action": "redirectEmail", "address": 5.5})"),
-                {"address", "mainAction", "onDetection", "rules[0]", "rules"});
   ExpectRefused(main(R"({"action": "RedirectEmail", "address": "x"})"),
-                {"action", "mainAction", "onDetection", "rules[0]", "rules"});
-  ExpectRefused(main(R"({"address": "x"})"),
                 {"action", "mainAction", "onDetection", "rules[0]", "rules"});
   ExpectRefused(main(R"("deliverEmail")"), {"mainAction", "onDetection", "rules[0]", "rules"});
   ExpectRefused(Edited([](Json::Value& rule) { rule["onDetection"].removeMember("mainAction"); }),
                 {"mainAction", "onDetection", "rules[0]", "rules"});
-  ExpectRefused(Edited([](Json::Value& rule) { rule.removeMember("onDetection"); }),
-                {"onDetection", "rules[0]", "rules"});
 
   // Any other action ignores an address and does not write one.
-  as::RuleSet set;
-  ASSERT_TRUE(Load(main(R"({"action": "rejectOrDeleteEmail", "address": "x@example.com"})"), set));
-  EXPECT_EQ(Text(set.rules.FirstConst()->onDetection.mainAction), "{action 0 data \"\"}");
-  EXPECT_EQ(Compact(Save(set)["rules"][0]["onDetection"]["mainAction"]),
-            R"({"action":"rejectOrDeleteEmail"})");
+  const char* const names[] = {"rejectOrDeleteEmail", "", "quarantineEmail", "deliverEmail"};
+  for (uint32_t code : {0u, 2u, 3u}) {
+    Json::Value action(Json::objectValue);
+    action["action"] = names[code];
+    as::RuleSet set;
+    ASSERT_TRUE(Load(Edited([&](Json::Value& rule) {
+                       rule["onDetection"]["mainAction"] = action;
+                       rule["onDetection"]["mainAction"]["address"] = "x@example.com";
+                     }),
+                     set));
+    EXPECT_EQ(Text(set.rules.FirstConst()->onDetection.mainAction),
+              "{action " + std::to_string(code) + " data \"\"}");
+    EXPECT_EQ(Save(set)["rules"][0]["onDetection"]["mainAction"], action);
+  }
 }
 
 TEST_F(AntispamRuleSetTest, SecondaryActionsTakeTheDataOfTheirKind) {
-  auto secondary = [](const char* text) {
-    return Edited([=](Json::Value& rule) {
+  // What loads, with its secondary action described; or the keys of the
+  // refusal inside "secondaryActions[0]", innermost first.
+  struct Case {
+    const char* text;
+    const char* loaded;
+    std::vector<std::string> inner;
+  };
+  const char* none = " notify {sender 1 receivers 1} recipients []}";
+  const Case cases[] = {
+      // A tag's extra data is optional, and ignored when it does not load.
+      {R"({"action": "tagSubject", "data": "[S]", "extraData": {}})",
+       R"({action 0 data "[S]" extra "")",
+       {}},
+      {R"({"action": "tagSubject"})", nullptr, {"data"}},
+      {R"({"action": "addHeader", "data": "X-Spam"})", nullptr, {"extraData"}},
+      // Data of the other kinds is not read for a string action.
+      {R"({"action": "bccTo", "data": 12, "extraData": "ignored"})",
+       R"({action 3 data "12" extra "")",
+       {}},
+      {R"({"action": "addSCLHeader", "data": {"anything": 1}})",
+       R"({action 4 data "" extra "")",
+       {}},
+      // Both parties are notified unless said otherwise.
+      {R"({"action": "notifyInternalRecipients", "data": {}})",
+       R"({action 5 data "" extra "")",
+       {}},
+      {R"({"action": "notifyInternalRecipients"})", nullptr, {"data"}},
+      {R"({"action": "notifyInternalRecipients", "data": {"sender": "no"}})",
+       nullptr,
+       {"sender", "data"}},
+      {R"({"action": "notifyRecipients", "data": "a@b.c"})", nullptr, {"data"}},
+      {R"({"action": "notifyRecipients", "data": ["a@b.c", {}]})", nullptr, {"data[1]", "data"}},
+      {R"({"action": "forwardEmail", "data": {"to": "x"}})", nullptr, {"action"}},
+      {R"("tagSubject")", nullptr, {}},
+  };
+  for (const Case& c : cases) {
+    const Json::Value doc = Edited([&](Json::Value& rule) {
       rule["onDetection"]["secondaryActions"] = Json::Value(Json::arrayValue);
-      rule["onDetection"]["secondaryActions"].append(Parse(text));
+      rule["onDetection"]["secondaryActions"].append(Parse(c.text));
     });
-  };
-  auto loaded = [&](const char* text) {
-    as::RuleSet set;
-    EXPECT_TRUE(Load(secondary(text), set)) << text;
-    EXPECT_THAT(FailedKeys(), IsEmpty()) << text;
-    const Rule& rule = *set.rules.FirstConst();
-    return rule.onDetection.secondaryActions.IsEmpty()
-               ? std::string("none")
-               : Text(*rule.onDetection.secondaryActions.FirstConst());
-  };
-  const std::vector<std::string> outer = {"secondaryActions[0]", "secondaryActions", "onDetection",
-                                          "rules[0]", "rules"};
-  auto refusedAt = [&](std::vector<std::string> inner) {
-    inner.insert(inner.end(), outer.begin(), outer.end());
-    return inner;
-  };
-
-  // A tag's extra data is optional, and ignored when it does not load.
-  EXPECT_EQ(loaded(R"({"action": "tagSubject", "data": "[S]"})"),
-            R"({action 0 data "[S]" extra "" notify {sender 1 receivers 1} recipients []})");
-  EXPECT_EQ(loaded(R"({"action": "tagSubject", "data": "[S]", "extraData": {}})"),
-            R"({action 0 data "[S]" extra "" notify {sender 1 receivers 1} recipients []})");
-  ExpectRefused(secondary(R"({"action": "tagSubject"})"), refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "tagSubject", "data": null})"), refusedAt({"data"}));
-
-  ExpectRefused(secondary(R"({"action": "addHeader", "data": "X-Spam"})"),
-                refusedAt({"extraData"}));
-  ExpectRefused(secondary(R"({"action": "addHeader", "extraData": "1"})"), refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "saveToFolder"})"), refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "bccTo", "data": ["a@b.c"]})"), refusedAt({"data"}));
-  // Data of the other kinds is not read for a string action.
-  EXPECT_EQ(loaded(R"({"action": "bccTo", "data": 12, "extraData": "ignored"})"),
-            R"({action 3 data "12" extra "" notify {sender 1 receivers 1} recipients []})");
-
-  EXPECT_EQ(loaded(R"({"action": "addSCLHeader", "data": {"anything": 1}})"),
-            R"({action 4 data "" extra "" notify {sender 1 receivers 1} recipients []})");
-
-  // Both parties are notified unless said otherwise.
-  EXPECT_EQ(loaded(R"({"action": "notifyInternalRecipients", "data": {}})"),
-            R"({action 5 data "" extra "" notify {sender 1 receivers 1} recipients []})");
-  EXPECT_EQ(loaded(R"({"action": "notifyInternalRecipients", "data": {"receivers": 0}})"),
-            R"({action 5 data "" extra "" notify {sender 1 receivers 0} recipients []})");
-  ExpectRefused(secondary(R"({"action": "notifyInternalRecipients"})"), refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "notifyInternalRecipients", "data": true})"),
-                refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "notifyInternalRecipients", "data": {"sender": "no"}})"),
-                refusedAt({"sender", "data"}));
-
-  EXPECT_EQ(loaded(R"({"action": "notifyRecipients", "data": []})"),
-            R"({action 6 data "" extra "" notify {sender 1 receivers 1} recipients []})");
-  ExpectRefused(secondary(R"({"action": "notifyRecipients", "data": null})"), refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "notifyRecipients", "data": "a@b.c"})"),
-                refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "notifyRecipients", "data": ["a@b.c", {}]})"),
-                refusedAt({"data[1]", "data"}));
-
-  ExpectRefused(secondary(R"({"action": "forwardEmail", "data": {"to": "x"}})"),
-                refusedAt({"action"}));
-  ExpectRefused(secondary(R"({"action": "TagSubject", "data": "x"})"), refusedAt({"action"}));
-  ExpectRefused(secondary(R"({"data": "x"})"), refusedAt({"action"}));
-  ExpectRefused(secondary(R"("tagSubject")"),
+    if (c.loaded) {
+      as::RuleSet set;
+      ASSERT_TRUE(Load(doc, set)) << c.text;
+      EXPECT_THAT(FailedKeys(), IsEmpty()) << c.text;
+      EXPECT_EQ(Text(*set.rules.FirstConst()->onDetection.secondaryActions.FirstConst()),
+                std::string(c.loaded) + none);
+      continue;
+    }
+    std::vector<std::string> keys = c.inner;
+    keys.insert(keys.end(),
                 {"secondaryActions[0]", "secondaryActions", "onDetection", "rules[0]", "rules"});
+    ExpectRefused(doc, keys);
+  }
 }
 
 TEST_F(AntispamRuleSetTest, SecondaryActionsMayBeLeftOutButNotNull) {
@@ -465,46 +303,22 @@ TEST_F(AntispamRuleSetTest, SecondaryActionsMayBeLeftOutButNotNull) {
   ExpectRefused(
       Edited([](Json::Value& rule) { rule["onDetection"]["secondaryActions"] = Json::Value(); }),
       {"secondaryActions", "onDetection", "rules[0]", "rules"});
-  ExpectRefused(Edited([](Json::Value& rule) {
-                  rule["onDetection"]["secondaryActions"] = Json::Value(Json::objectValue);
-                }),
-                {"secondaryActions", "onDetection", "rules[0]", "rules"});
 }
 
-TEST_F(AntispamRuleSetTest, TheEnvelopeNeedsBothKeys) {
-  ExpectRefused(Parse(R"({"rules": []})"), {"enabled"});
-  ExpectRefused(Parse(R"({"enabled": true})"), {"rules"});
-  ExpectRefused(Parse(R"({"enabled": true, "rules": null})"), {"rules"});
-  ExpectRefused(Parse(R"({"enabled": "yes", "rules": []})"), {"enabled"});
-  as::RuleSet set;
-  ASSERT_TRUE(Load(Parse(R"({"enabled": false, "rules": []})"), set));
-  EXPECT_EQ(Compact(Save(set)), R"({"enabled":false,"rules":[]})");
-}
-
-TEST_F(AntispamRuleSetTest, AFailureInALaterRuleFailsTheWholeSet) {
-  Json::Value doc = Parse(kRuleSetText);
-  doc["rules"][1]["scanSettings"].removeMember("blackList");
-  ExpectRefused(doc, {"blackList", "scanSettings", "rules[1]", "rules"});
-  doc["rules"][1].removeMember("name");
-  ExpectRefused(doc, {"name", "rules[1]", "rules"});
-}
-
-TEST_F(AntispamRuleSetTest, TenThousandRulesLoadAndSave) {
+TEST_F(AntispamRuleSetTest, TenThousandRulesLoadAndSaveAndTheLastCanFailTheSet) {
   Json::Value doc = Parse(kRuleSetText);
   const Json::Value rule = doc["rules"][0];
-  Json::Value& rules = doc["rules"] = Json::Value(Json::arrayValue);
-  for (int i = 0; i < 10000; ++i) {
-    rules.append(rule);
-    rules[i]["name"] = "rule " + std::to_string(i);
-  }
+  for (int i = 1; i < 10000; ++i) doc["rules"].append(rule)["name"] = "rule " + std::to_string(i);
   as::RuleSet set;
   ASSERT_TRUE(Load(doc, set));
   ASSERT_EQ(set.rules.Count(), 10000u);
   EXPECT_EQ(set.rules.LastConst()->name, L"rule 9999");
   const Json::Value saved = Save(set);
-  ASSERT_EQ(saved["rules"].size(), 10000u);
   EXPECT_EQ(saved["rules"][9999]["name"].asString(), "rule 9999");
   EXPECT_EQ(Compact(saved["rules"][5000]["onDetection"]), Compact(rule["onDetection"]));
+
+  doc["rules"][9999]["scanSettings"].removeMember("blackList");
+  ExpectRefused(doc, {"blackList", "scanSettings", "rules[9999]", "rules"});
 }
 
 TEST_F(AntispamRuleSetTest, DeepNestingFailsWithoutHarm) {
@@ -517,32 +331,16 @@ TEST_F(AntispamRuleSetTest, DeepNestingFailsWithoutHarm) {
 // ---------------------------------------------------------------------------
 // Generated rule sets
 
+// Only the data its kind reads; a tag's extra data may be left out.
 as::SecondaryAction GeneratedSecondary(rule_test::Generator& g) {
   as::SecondaryAction a;
   a.action = static_cast<as::SecondaryActionType>(g.Below(7));
-  switch (a.action) {
-    case as::kTagSubject:
-      a.data = g.String();
-      if (g.Coin()) a.extraData = g.String();
-      break;
-    case as::kAddHeader:
-      a.data = g.String();
-      a.extraData = g.String();
-      break;
-    case as::kSaveToFolder:
-    case as::kBccTo:
-      a.data = g.String();
-      break;
-    case as::kAddSCLHeader:
-      break;
-    case as::kNotifyInternalRecipients:
-      a.notify.sender = g.Flag();
-      a.notify.receivers = g.Flag();
-      break;
-    case as::kNotifyRecipients:
-      a.recipients = g.Strings();
-      break;
+  if (a.action <= as::kBccTo) a.data = g.String();
+  if (a.action == as::kAddHeader || (a.action == as::kTagSubject && g.Coin())) {
+    a.extraData = g.String();
   }
+  if (a.action == as::kNotifyInternalRecipients) a.notify = {g.Flag(), g.Flag()};
+  if (a.action == as::kNotifyRecipients) a.recipients = g.Strings();
   return a;
 }
 
@@ -577,7 +375,7 @@ as::RuleSet GeneratedRuleSet(rule_test::Generator& g) {
 }
 
 TEST_F(AntispamRuleSetTest, GeneratedRuleSetsRoundTrip) {
-  for (uint32_t seed = 1; seed <= 300; ++seed) {
+  for (uint32_t seed = 1; seed <= 100; ++seed) {
     rule_test::Generator g(seed);
     const as::RuleSet set = GeneratedRuleSet(g);
     const Json::Value saved = Save(set);

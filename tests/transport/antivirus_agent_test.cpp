@@ -1,6 +1,6 @@
-// The antivirus agent's six methods through RunPolicyMethod, against a
-// recording plug-in: what reaches the plug-in, what comes back, and that a
-// rejected input reaches nothing.
+// The antivirus agent's footer methods against a recording plug-in: the
+// direction codes that reach it, and which key a rejected input logs; kelhost
+// drives the six methods end to end in tests/host/antivirus.jsonl.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -16,7 +16,6 @@
 namespace {
 
 namespace av = kel::nusdk::MailServers::Antivirus;
-using json_test::Canonical;
 using json_test::Compact;
 using json_test::Parse;
 using kel::test::FakeComponentManager;
@@ -97,18 +96,7 @@ class AntivirusAgent : public rule_test::LoggedTest {
   std::unique_ptr<FakePolicyMethod> method_;
 };
 
-TEST_F(AntivirusAgent, ServesTheSixMethodsInTableOrder) {
-  const EnterpriseIntegration::PolicyMethodTable table = agent_.PolicyMethods();
-  std::vector<std::wstring> names;
-  for (size_t i = 0; i < table.count; ++i) names.push_back(table.rows[i].name);
-  EXPECT_EQ(names, (std::vector<std::wstring>{L"IsFooterEnabled", L"SetFooterEnabled", L"GetFooter",
-                                              L"SetFooter", L"GetReplacementTexts",
-                                              L"SetReplacementTexts"}));
-  EXPECT_EQ(agent_.agentName(), L"MailServers.Antivirus");
-  EXPECT_EQ(agent_.className(), L"Antivirus::Agent");
-}
-
-TEST_F(AntivirusAgent, FooterWritersPassTheOredMaskEvenWhenEmpty) {
+TEST_F(AntivirusAgent, FootersTakeAnOredMaskToWriteAndOneDirectionToRead) {
   EXPECT_EQ(Call(L"SetFooterEnabled", R"({"enabled": true, "type": ["incoming", "internal"]})"),
             0u);
   EXPECT_EQ(Call(L"MailServers.Antivirus.setfooterenabled", R"({"enabled": 0, "type": []})"), 0u);
@@ -118,9 +106,8 @@ TEST_F(AntivirusAgent, FooterWritersPassTheOredMaskEvenWhenEmpty) {
             (std::vector<std::string>{"SetFooterEnabled 5 1", "SetFooterEnabled 0 0",
                                       "SetFooter 2 \"Scanned \xC3\xA9\"", "SetFooter 0 \"\""}));
   EXPECT_EQ(Output(), "null") << "setters write nothing";
-}
 
-TEST_F(AntivirusAgent, FooterReadersTakeOneDirectionAndGetFooterEchoesIt) {
+  plugin_.calls.clear();
   plugin_.footerEnabled = 1;
   plugin_.footer = L"Checked";
   EXPECT_EQ(Call(L"IsFooterEnabled", R"({"type": "outgoing"})"), 0u);
@@ -128,27 +115,6 @@ TEST_F(AntivirusAgent, FooterReadersTakeOneDirectionAndGetFooterEchoesIt) {
   EXPECT_EQ(Call(L"GetFooter", R"({"type": "internal"})"), 0u);
   EXPECT_EQ(Output(), R"({"footer":"Checked","type":"internal"})");
   EXPECT_EQ(plugin_.calls, (std::vector<std::string>{"IsFooterEnabled 2", "GetFooter 4"}));
-}
-
-TEST_F(AntivirusAgent, ReplacementTextsGoInEitherFormAndComeBackNested) {
-  EXPECT_EQ(Call(L"SetReplacementTexts",
-                 R"({"replaced": "r", "quarantined": "q", "moreInformation": "m"})"),
-            0u);
-  EXPECT_EQ(Call(L"SetReplacementTexts",
-                 R"({"scanned": {"replaced": "1", "quarantined": "2"},
-                     "unscannable": {"replaced": "3", "quarantined": "4"}, "moreInformation": "5"})"),
-            0u);
-  EXPECT_EQ(
-      plugin_.calls,
-      (std::vector<std::string>{
-          R"(SetReplacementTexts {scanned "r" "q" unscannable "" "" moreInformation "m"})",
-          R"(SetReplacementTexts {scanned "1" "2" unscannable "3" "4" moreInformation "5"})"}));
-
-  plugin_.texts = {{L"a", L"b"}, {L"c", L"d"}, L"e"};
-  EXPECT_EQ(Call(L"GetReplacementTexts", "null"), 0u) << "the input is not read";
-  EXPECT_EQ(Output(), Canonical(R"({"scanned": {"replaced": "a", "quarantined": "b"},
-                                    "unscannable": {"replaced": "c", "quarantined": "d"},
-                                    "moreInformation": "e"})"));
 }
 
 TEST_F(AntivirusAgent, RejectedInputsAre160AndReachNoPlugin) {
@@ -159,24 +125,13 @@ TEST_F(AntivirusAgent, RejectedInputsAre160AndReachNoPlugin) {
   };
   for (const Case& c : {
            Case{L"SetFooterEnabled", R"({"type": ["incoming"]})", "enabled"},
-           Case{L"SetFooterEnabled", R"({"enabled": "true", "type": ["incoming"]})", "enabled"},
            Case{L"SetFooterEnabled", R"({"enabled": true})", "type"},
            Case{L"SetFooterEnabled", R"({"enabled": true, "type": "incoming"})", "type"},
            Case{L"SetFooterEnabled", R"({"enabled": true, "type": ["INCOMING"]})", "type"},
-           Case{L"SetFooterEnabled", R"({"enabled": true, "type": null})", "type"},
-           Case{L"IsFooterEnabled", R"({})", "type"},
            Case{L"IsFooterEnabled", R"({"type": ["incoming"]})", "type"},
-           Case{L"IsFooterEnabled", R"({"type": "all"})", "type"},
            Case{L"GetFooter", R"({"type": 1})", "type"},
-           Case{L"SetFooter", R"({"type": ["incoming"]})", "footer"},
            Case{L"SetFooter", R"({"type": ["incoming"], "footer": {}})", "footer"},
            Case{L"SetFooter", R"({"type": ["incoming", "sideways"], "footer": "f"})", "type"},
-           Case{L"SetReplacementTexts", R"({"scanned": {"replaced": "1", "quarantined": "2"},
-                                           "moreInformation": "5"})",
-                "unscannable"},
-           Case{L"SetReplacementTexts", R"({"replaced": "r", "quarantined": "q"})",
-                "moreInformation"},
-           Case{L"SetReplacementTexts", "[]", nullptr},
            Case{L"SetFooter", R"("text")", nullptr},
        }) {
     EXPECT_EQ(Call(c.method, c.input), 160u) << c.input;
@@ -197,7 +152,7 @@ TEST_F(AntivirusAgent, RejectedInputsAre160AndReachNoPlugin) {
   EXPECT_EQ(plugin_.calls, std::vector<std::string>());
 }
 
-TEST_F(AntivirusAgent, DeepAndLargeInputsAreRejectedOrTakenWithoutHarm) {
+TEST_F(AntivirusAgent, ADeepInputIsRejectedWithoutHarm) {
   Json::Value input = Parse(R"({"enabled": true})");
   input["type"] = rule_test::DeepArray(20000);
   FakePolicyMethod deep(L"SetFooterEnabled", Json::Value());
@@ -205,49 +160,6 @@ TEST_F(AntivirusAgent, DeepAndLargeInputsAreRejectedOrTakenWithoutHarm) {
   agent_.RunPolicyMethod(&deep);
   EXPECT_EQ(deep.result, 160u);
   json_test::Dismantle((*const_cast<Json::Value*>(deep.GetInput()))["type"]);
-
-  // A long mask list and a long footer.
-  Json::Value many = Parse(R"({"footer": ""})");
-  many["type"] = Json::Value(Json::arrayValue);
-  for (int i = 0; i < 100000; ++i) many["type"].append(i % 2 ? "incoming" : "outgoing");
-  many["footer"] = std::string(1 << 20, 'x');
-  FakePolicyMethod large(L"SetFooter", many);
-  agent_.RunPolicyMethod(&large);
-  EXPECT_EQ(large.result, 0u);
-  ASSERT_EQ(plugin_.calls.size(), 1u);
-  EXPECT_EQ(plugin_.calls[0].substr(0, 14), "SetFooter 3 \"x");
-  EXPECT_EQ(plugin_.calls[0].size(), 12u + (1u << 20) + 2u);
-}
-
-TEST_F(AntivirusAgent, PluginCodesPassThroughAndAFailedGetterWritesNothing) {
-  plugin_.code = 2250;
-  plugin_.footerEnabled = 1;
-  EXPECT_EQ(Call(L"IsFooterEnabled", R"({"type": "incoming"})"), 2250u);
-  EXPECT_EQ(Output(), "null");
-  EXPECT_EQ(Call(L"GetFooter", R"({"type": "incoming"})"), 2250u);
-  EXPECT_EQ(Output(), "null");
-  EXPECT_EQ(Call(L"GetReplacementTexts"), 2250u);
-  EXPECT_EQ(Output(), "null");
-  EXPECT_EQ(Call(L"SetFooter", R"({"type": ["incoming"], "footer": "f"})"), 2250u);
-  plugin_.code = 5;
-  EXPECT_EQ(Call(L"SetReplacementTexts", R"({"replaced": "", "quarantined": "",
-                                             "moreInformation": ""})"),
-            5u);
-  EXPECT_EQ(plugin_.calls.size(), 5u);
-}
-
-TEST_F(AntivirusAgent, UnknownNamesAndAMissingPlugin) {
-  EXPECT_EQ(Call(L"GetAntivirusRules"), 4317u);
-  EXPECT_EQ(Call(L"xMailServers.Antivirus.GetFooter", R"({"type": "incoming"})"), 4317u);
-  EXPECT_EQ(Lines(),
-            (std::vector<std::string>{
-                "8 Antivirus::Agent::RunPolicyMethod: Function GetAntivirusRules not found",
-                "8 Antivirus::Agent::RunPolicyMethod: Function "
-                "xMailServers.Antivirus.GetFooter not found"}));
-  agent_.Uninit();
-  EXPECT_EQ(Call(L"GetFooter", R"({"type": "incoming"})"), 21u);
-  EXPECT_EQ(plugin_.calls, std::vector<std::string>());
-  EXPECT_EQ(components_.held[L"MailServers.Antivirus"], 0);
 }
 
 TEST(AntivirusPlugin, InterfaceIdentifierAndComponentName) {

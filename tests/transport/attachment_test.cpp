@@ -1,18 +1,14 @@
-// The attachment rule set in JSON (the shifted main actions and their "data",
+// The attachment rule set in JSON: the shifted main actions and their "data",
 // the secondary actions with their tagged arguments, the two match-mode
-// tables, optional scan settings, round trips), and the attachment agent,
-// which serves no method.
+// tables, optional scan settings, round trips. The attachment agent serves no
+// method; tests/host/attachment.jsonl drives it end to end.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "frame/interface_id_text.h"
-#include "tests/agent/fakes.h"
 #include "tests/agent/json_test_util.h"
 #include "tests/transport/attachment_rules.h"
-#include "transport/attachment/attachment_agent.h"
 #include "transport/attachment/attachment_schema.h"
 
 namespace {
@@ -84,19 +80,7 @@ TEST_F(AttachmentRules, MainActionsAreShiftedAndDataIsRequiredOnlyWhereItIsTheAr
   // The common main action's key for the target is not this filter's.
   EXPECT_FALSE(
       LoadRule(RuleWith(R"({"mainAction": {"action": "redirectEmail", "address": "a"}})")));
-  EXPECT_FALSE(LoadRule(RuleWith(R"({"mainAction": {"action": "addHeader"}})")));
-  EXPECT_FALSE(LoadRule(RuleWith(R"({"secondaryActions": []})")));
   FailedKeys();
-}
-
-TEST_F(AttachmentRules, MainActionDataIsAlwaysWritten) {
-  at::RuleSet::Rule rule;
-  ASSERT_TRUE(LoadRule(RuleWith(R"({"mainAction": {"action": "deleteAttachment"}})"), &rule));
-  at::RuleSet set;
-  set.rules.EmplaceBack(rule);
-  EXPECT_EQ(Compact(Save(set)["rules"][0]["onDetection"]),
-            Canonical(R"({"mainAction": {"action": "deleteAttachment", "data": ""},
-                          "secondaryActions": [], "stopProcessing": false})"));
 }
 
 TEST_F(AttachmentRules, EachSecondaryActionTakesItsOwnFormOfData) {
@@ -127,17 +111,6 @@ TEST_F(AttachmentRules, EachSecondaryActionTakesItsOwnFormOfData) {
     EXPECT_EQ(a.data.kind, c.kind) << c.json;
     EXPECT_EQ(kel::Utf8FromWide(a.data.text.c_str()), c.text) << c.json;
   }
-  at::RuleSet::Rule rule;
-  ASSERT_TRUE(LoadRule(RuleWith(WithSecondary(
-                           R"({"action": "forwardEmail", "data": {"to": "f@x.example"}},
-                              {"action": "notifyInternalRecipients", "data": {"receivers": false}},
-                              {"action": "notifyRecipients", "data": ["a", "b"]})")),
-                       &rule));
-  auto it = rule.onDetection.secondaryActions.begin();
-  EXPECT_EQ(it->data.forwardTo, L"f@x.example");
-  EXPECT_EQ(Text((++it)->data.notify), "{sender 1 receivers 0}");
-  EXPECT_EQ(Text((++it)->data.recipients), R"(["a","b",])");
-  EXPECT_EQ(FailedKeys(), std::vector<std::string>());
 }
 
 TEST_F(AttachmentRules, DataOfTheWrongFormOrAnUnknownActionIsRejected) {
@@ -149,16 +122,12 @@ TEST_F(AttachmentRules, DataOfTheWrongFormOrAnUnknownActionIsRejected) {
            Case{R"({"action": "forwardEmail", "data": "f@x.example"})", {"data"}},
            Case{R"({"action": "forwardEmail", "data": {"address": "f@x.example"}})",
                 {"to", "data"}},
-           Case{R"({"action": "tagSubject", "data": {"to": "x"}})", {"data"}},
            Case{R"({"action": "tagSubject"})", {"data"}},
-           Case{R"({"action": "notifyRecipients", "data": "a"})", {"data"}},
            Case{R"({"action": "notifyRecipients", "data": ["a", 1.5]})", {"data[1]", "data"}},
            Case{R"({"action": "notifyInternalRecipients", "data": {"sender": "no"}})",
                 {"sender", "data"}},
-           Case{R"({"action": "notifyInternalRecipients"})", {"data"}},
            Case{R"({"action": "addSCLHeader"})", {"action"}},
            Case{R"({"action": "TagSubject", "data": "x"})", {"action"}},
-           Case{R"({"data": "x"})", {"action"}},
            // "extraData" is read before "data".
            Case{R"({"action": "bccTo", "extraData": []})", {"extraData"}},
        }) {
@@ -170,24 +139,27 @@ TEST_F(AttachmentRules, DataOfTheWrongFormOrAnUnknownActionIsRejected) {
   }
 }
 
-TEST_F(AttachmentRules, SecondaryActionsSaveTheirDataByKindAndExtraDataAlways) {
+TEST_F(AttachmentRules, ActionsSaveTheirDataByKindAndEverythingElseAlways) {
   at::RuleSet::Rule rule;
   ASSERT_TRUE(LoadRule(RuleWith(WithSecondary(
                            R"({"action": "tagSubject", "data": "[x]"},
                               {"action": "forwardEmail", "data": {"to": "f@x.example"},
                                "extraData": "e"},
-                              {"action": "notifyInternalRecipients", "data": {}},
-                              {"action": "notifyRecipients", "data": []})")),
+                              {"action": "notifyInternalRecipients", "data": {"receivers": false}},
+                              {"action": "notifyRecipients", "data": ["a", "b"]})")),
                        &rule));
   at::RuleSet set;
   set.rules.EmplaceBack(rule);
-  EXPECT_EQ(Compact(Save(set)["rules"][0]["onDetection"]["secondaryActions"]),
-            Canonical(R"([{"action": "tagSubject", "data": "[x]", "extraData": ""},
+  EXPECT_EQ(Compact(Save(set)["rules"][0]["onDetection"]),
+            Canonical(R"({"mainAction": {"action": "deliverEmail", "data": ""},
+                          "secondaryActions": [
+                          {"action": "tagSubject", "data": "[x]", "extraData": ""},
                           {"action": "forwardEmail", "data": {"to": "f@x.example"},
                            "extraData": "e"},
                           {"action": "notifyInternalRecipients",
-                           "data": {"sender": true, "receivers": true}, "extraData": ""},
-                          {"action": "notifyRecipients", "data": [], "extraData": ""}])"));
+                           "data": {"sender": true, "receivers": false}, "extraData": ""},
+                          {"action": "notifyRecipients", "data": ["a", "b"], "extraData": ""}],
+                          "stopProcessing": false})"));
 }
 
 TEST_F(AttachmentRules, MatchModesAreTwoTablesThatShareOnlyByExtension) {
@@ -211,6 +183,7 @@ TEST_F(AttachmentRules, MatchModesAreTwoTablesThatShareOnlyByExtension) {
 }
 
 TEST_F(AttachmentRules, ScanSettingsAreAllOptionalButMustBeWellFormedWhenPresent) {
+  // tests/host/attachment.jsonl carries every scan setting through a save.
   const std::string deliver = R"({"mainAction": {"action": "deliverEmail"}})";
   at::RuleSet::Rule rule;
   rule.scanSettings.maxArchiveDepth = 9;
@@ -221,24 +194,6 @@ TEST_F(AttachmentRules, ScanSettingsAreAllOptionalButMustBeWellFormedWhenPresent
   EXPECT_EQ(rule.scanSettings.size.lowerThan, 10u);
   EXPECT_EQ(rule.scanSettings.size.greaterThan, 0u);
 
-  ASSERT_TRUE(LoadRule(RuleWith(deliver, R"({
-      "size": {"greaterThan": 1, "lowerThan": 4294967295},
-      "patterns": {"match": ["*.exe", "invoice*"]},
-      "categories": {"known": {"match": ["archives"], "matchMode": "byContent"},
-                     "custom": {"extensions": ["js"], "matchMode": "byRelatedExtensions"},
-                     "invertMatch": true},
-      "scanInArchives": 1, "maxArchiveDepth": 5})"),
-                       &rule));
-  at::RuleSet set;
-  set.rules.EmplaceBack(rule);
-  EXPECT_EQ(Compact(Save(set)["rules"][0]["scanSettings"]), Canonical(R"({
-      "size": {"greaterThan": 1, "lowerThan": 4294967295},
-      "patterns": {"match": ["*.exe", "invoice*"]},
-      "categories": {"known": {"match": ["archives"], "matchMode": "byContent"},
-                     "custom": {"extensions": ["js"], "matchMode": "byRelatedExtensions"},
-                     "invertMatch": true},
-      "scanInArchives": true, "maxArchiveDepth": 5})"));
-
   struct Case {
     const char* json;
     std::vector<std::string> failed;
@@ -246,13 +201,9 @@ TEST_F(AttachmentRules, ScanSettingsAreAllOptionalButMustBeWellFormedWhenPresent
   for (const Case& c : {
            Case{R"({"size": {"greaterThan": "10"}})", {"greaterThan", "size"}},
            Case{R"({"size": {"lowerThan": 4294967296}})", {"lowerThan", "size"}},
-           Case{R"({"size": []})", {"size"}},
            Case{R"({"patterns": {"match": "*.exe"}})", {"match", "patterns"}},
-           Case{R"({"patterns": {"match": null}})", {"match", "patterns"}},
            Case{R"({"categories": {"custom": {"extensions": [{}]}}})",
                 {"extensions[0]", "extensions", "custom", "categories"}},
-           Case{R"({"categories": {"invertMatch": "yes"}})", {"invertMatch", "categories"}},
-           Case{R"({"scanInArchives": null})", {"scanInArchives"}},
            Case{R"({"maxArchiveDepth": -1.5})", {"maxArchiveDepth"}},
        }) {
     EXPECT_FALSE(LoadRule(RuleWith(deliver, c.json))) << c.json;
@@ -283,23 +234,8 @@ TEST_F(AttachmentRules, LargeAndDeepRuleSets) {
   json_test::Dismantle(deepSet["rules"][0]["onDetection"]["secondaryActions"][0]["data"]);
 }
 
-TEST_F(AttachmentRules, HandWrittenAndGeneratedRuleSetsComeBackTheSame) {
-  at::RuleSet first;
-  ASSERT_TRUE(Load(RuleSetOf({RuleWith(WithSecondary(
-                                           R"({"action": "forwardEmail", "data": {"to": "f"}},
-                                     {"action": "notifyRecipients", "data": ["r"],
-                                      "extraData": "x"})"),
-                                       R"({"patterns": {"match": ["*.scr"]}})"),
-                              RuleWith(R"({"mainAction": {"action": "redirectEmail",
-                                                          "data": "a@x.example"}})")}),
-                   first));
-  const Json::Value saved = Save(first);
-  at::RuleSet second;
-  ASSERT_TRUE(Load(saved, second));
-  EXPECT_EQ(Text(second), Text(first));
-  EXPECT_EQ(Save(second), saved);
-
-  for (uint32_t seed = 1; seed <= 300; ++seed) {
+TEST_F(AttachmentRules, GeneratedRuleSetsComeBackTheSame) {
+  for (uint32_t seed = 1; seed <= 100; ++seed) {
     rule_test::Generator g(seed);
     at::RuleSet set;
     set.enabled = g.Flag();
@@ -312,63 +248,6 @@ TEST_F(AttachmentRules, HandWrittenAndGeneratedRuleSetsComeBackTheSame) {
     ASSERT_EQ(Save(loaded), generated) << "seed " << seed;
   }
   EXPECT_EQ(FailedKeys(), std::vector<std::string>());
-}
-
-class AttachmentAgent : public rule_test::LoggedTest {
- protected:
-  // Never called: the agent serves nothing.
-  class SilentAttachment final : public at::IAttachment {
-   public:
-    void* QueryInterface(const kel::InterfaceId*) override { return this; }
-    uint32_t SetRules(const at::RuleSet&) override { return ++calls; }
-    uint32_t GetRules(at::RuleSet&) override { return ++calls; }
-    uint32_t calls = 0;
-  };
-
-  AttachmentAgent() : main_(&components_) {
-    components_.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager,
-                      static_cast<EnterpriseIntegration::IManager*>(&manager_));
-    components_.Offer(L"MailServers.Attachment", at::IID_IAttachment,
-                      static_cast<at::IAttachment*>(&plugin_));
-  }
-
-  kel::test::FakeComponentManager components_;
-  kel::test::FakeServMain main_;
-  kel::test::FakeManager manager_;
-  SilentAttachment plugin_;
-  Attachment::Agent agent_;
-};
-
-TEST_F(AttachmentAgent, EveryMethodNameIsUnknown) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  Lines();
-  for (const wchar_t* name : {L"SetAttachmentRules", L"GetRules", L"", L"MailServers.Attachment.",
-                              L"MailServers.Attachment.SetRules"}) {
-    kel::test::FakePolicyMethod method(name, Parse(R"({"enabled": true, "rules": []})"));
-    agent_.RunPolicyMethod(&method);
-    EXPECT_EQ(method.result, 4317u) << kel::Utf8FromWide(name);
-  }
-  EXPECT_EQ(Lines(),
-            (std::vector<std::string>{
-                "8 Attachment::Agent::RunPolicyMethod: Function SetAttachmentRules not found",
-                "8 Attachment::Agent::RunPolicyMethod: Function GetRules not found",
-                "8 Attachment::Agent::RunPolicyMethod: Function  not found",
-                "8 Attachment::Agent::RunPolicyMethod: Function  not found",
-                "8 Attachment::Agent::RunPolicyMethod: Function SetRules not found"}));
-  EXPECT_EQ(plugin_.calls, 0u);
-  EXPECT_EQ(agent_.agentName(), L"MailServers.Attachment");
-  EXPECT_EQ(kel::InterfaceIdToText(at::IID_IAttachment), L"87bac8a7-2c56-41bf-93c5-546f346a6e26");
-}
-
-TEST_F(AttachmentAgent, WithoutItsPluginEveryCallIsNotReady) {
-  components_.Refuse(L"MailServers.Attachment", 1168);
-  EXPECT_EQ(agent_.Init(&main_), 5002u);
-  EXPECT_EQ(Lines(), (std::vector<std::string>{
-                         "8 ServPlugin<struct kel::nusdk::MailServers::Attachment::IAttachment>::"
-                         "GetPlugin: Error 1168 getting plugin \"MailServers.Attachment\""}));
-  kel::test::FakePolicyMethod method(L"Anything");
-  agent_.RunPolicyMethod(&method);
-  EXPECT_EQ(method.result, 21u);
 }
 
 }  // namespace

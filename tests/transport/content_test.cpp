@@ -1,14 +1,13 @@
-// The content rule set in JSON, and the content agent, which has no method of
-// its own.
+// The content rule set in JSON. The content agent serves no method of its own;
+// tests/host/content.jsonl drives it, and this format, end to end.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "tests/agent/fakes.h"
 #include "tests/agent/json_test_util.h"
 #include "tests/transport/content_rules.h"
-#include "transport/content/content_agent.h"
+#include "transport/content/content_schema.h"
 
 namespace {
 
@@ -59,13 +58,9 @@ class ContentRules : public rule_test::LoggedTest {
   }
 };
 
-// Every key of a rule, as the transport agent hands it over.
+// Every key of the content part of a rule (the header has its own tests).
 const char kFullRule[] = R"({
-  "enabled": true, "name": "Offers", "description": "no spam words",
-  "detectionWithoutScan": false,
-  "processIf": {"traffic": ["incoming"],
-                "sentBy": {"consider": ["email"], "users": ["boss@example.test"],
-                           "groups": [], "wildcards": ["*@offers.test"], "domains": []}},
+  "name": "Offers",
   "scanSettings": {
     "subject": {"match": [{"find": ["free", "win"], "wholeWord": true, "ignoreCase": true,
                            "engine": "text"}]},
@@ -83,14 +78,11 @@ const char kFullRule[] = R"({
     "stopProcessing": true}
 })";
 
-// The same rule as it is written back: the user list under "emails", every
-// optional member spelt out, stopProcessing inside "onDetection".
+// The same rule as it is written back: every optional member spelt out,
+// stopProcessing inside "onDetection".
 const char kFullRuleSaved[] = R"({
-  "enabled": true, "name": "Offers", "description": "no spam words",
-  "detectionWithoutScan": false,
-  "processIf": {"traffic": ["incoming"],
-                "sentBy": {"consider": ["email"], "emails": ["boss@example.test"],
-                           "groups": [], "wildcards": ["*@offers.test"], "domains": []}},
+  "enabled": true, "name": "Offers", "description": "", "detectionWithoutScan": false,
+  "processIf": {"traffic": ["incoming", "outgoing", "internal"]},
   "scanSettings": {
     "body": {"match": [{"find": ["pr[i1]ze"], "wholeWord": false, "ignoreCase": false,
                         "engine": "regexp"},
@@ -110,65 +102,24 @@ const char kFullRuleSaved[] = R"({
     "stopProcessing": true}
 })";
 
-TEST_F(ContentRules, AHandWrittenRuleLoadsEveryKey) {
-  const Rule rule = Loaded(kFullRule);
-  EXPECT_EQ(rule.name, L"Offers");
-  EXPECT_EQ(rule.scope.traffic, 1u);
-  EXPECT_EQ(rule_test::Text(rule.scope.sentBy.users), "[\"boss@example.test\",]");
-  EXPECT_EQ(rule.stopProcessing, 1u);
-
-  EXPECT_EQ(Text(rule.scanSettings.subject.match),
-            "[{find [\"free\",\"win\",] wholeWord 1 ignoreCase 1 engine 0},]");
-  EXPECT_EQ(Text(rule.scanSettings.body.match),
-            "[{find [\"pr[i1]ze\",] wholeWord 0 ignoreCase 0 engine 1},"
-            "{find [] wholeWord 0 ignoreCase 0 engine 0},]");
-
-  EXPECT_EQ(rule.onDetection.mainAction.action, 1u);
-  EXPECT_EQ(rule.onDetection.mainAction.data, L"review@example.test");
-  std::vector<std::string> actions;
-  for (const auto& a : rule.onDetection.secondaryActions) actions.push_back(Text(a));
-  const std::string none = " notify {sender 1 receivers 1} recipients [] extraData ";
-  EXPECT_EQ(actions, (std::vector<std::string>{
-                         "{action 0 data \"[offer]\"" + none + "\"\"}",
-                         "{action 1 data \"X-Offer\"" + none + "\"yes\"}",
-                         "{action 2 data \"Offers\"" + none + "\"\"}",
-                         "{action 3 data \"audit@example.test\"" + none + "\"\"}",
-                         "{action 4 data \"\" notify {sender 1 receivers 0} recipients [] "
-                         "extraData \"\"}",
-                         "{action 5 data \"\" notify {sender 1 receivers 1} recipients "
-                         "[\"postmaster@example.test\",] extraData \"x\"}"}));
-}
-
-TEST_F(ContentRules, SavingWritesEveryKeyAndLoadsBackTheSame) {
+TEST_F(ContentRules, AHandWrittenRuleCarriesThePluginCodesAndSavesEveryKey) {
   RuleSet set;
   ASSERT_TRUE(Load(OneRule(kFullRule), set));
   const Json::Value saved = Save(set);
   EXPECT_EQ(Compact(saved), Compact(OneRule(kFullRuleSaved)));
-
-  RuleSet again;
-  ASSERT_TRUE(Load(saved, again));
-  EXPECT_EQ(Text(again), Text(set));
-  EXPECT_EQ(Compact(Save(again)), Compact(saved));
+  std::string codes;
+  for (const auto& a : set.rules.First()->onDetection.secondaryActions) {
+    codes += std::to_string(a.action);
+  }
+  EXPECT_EQ(codes, "012345") << "the plug-in's codes behind the names";
 }
 
 TEST_F(ContentRules, NotificationsAreNumberedFourAndFiveWithoutAnSclHeader) {
-  RuleSet set;
-  set.enabled = 1;
-  Rule& rule = set.rules.EmplaceBack();
-  rule.name = L"n";
-  for (uint32_t code : {4u, 5u}) {
-    rule.onDetection.secondaryActions.EmplaceBack().action = static_cast<Action::Action>(code);
-  }
-  const Json::Value saved = Save(set);
-  const Json::Value& actions = saved["rules"][0]["onDetection"]["secondaryActions"];
-  EXPECT_EQ(actions[0]["action"], "notifyInternalRecipients");
-  EXPECT_EQ(actions[1]["action"], "notifyRecipients");
-
+  // The names for 4 and 5 are in the rule above; the antispam code 4 has no name here.
   EXPECT_EQ(Rejected(RuleActing(R"({"action":"addSCLHeader"})")),
             (std::vector<std::string>{"action", "secondaryActions[0]", "secondaryActions",
                                       "onDetection", "rules[0]", "rules"}));
-  for (const char* unknown : {R"({"action":"forwardEmail","data":"a"})",
-                              R"({"action":"TagSubject","data":"a"})", R"({"action":4})"}) {
+  for (const char* unknown : {R"({"action":"TagSubject","data":"a"})", R"({"action":4})"}) {
     EXPECT_FALSE(Rejected(RuleActing(unknown)).empty()) << unknown;
   }
 }
@@ -193,11 +144,8 @@ TEST_F(ContentRules, TheFormOfSecondaryDataFollowsTheAction) {
   const std::vector<std::string> dataThenEnclosing = {
       "data", "secondaryActions[0]", "secondaryActions", "onDetection", "rules[0]", "rules"};
   for (const char* wrong : {R"({"action":"tagSubject"})", R"({"action":"addHeader","data":["h"]})",
-                            R"({"action":"saveToFolder","data":{}})",
                             R"({"action":"notifyInternalRecipients","data":"everyone"})",
-                            R"({"action":"notifyInternalRecipients"})",
-                            R"({"action":"notifyRecipients","data":"a@example.test"})",
-                            R"({"action":"notifyRecipients","data":null})"}) {
+                            R"({"action":"notifyRecipients","data":"a@example.test"})"}) {
     EXPECT_EQ(Rejected(RuleActing(wrong)), dataThenEnclosing) << wrong;
   }
   EXPECT_EQ(Rejected(RuleActing(R"({"action":"notifyRecipients","data":["a",{}]})")),
@@ -205,45 +153,28 @@ TEST_F(ContentRules, TheFormOfSecondaryDataFollowsTheAction) {
                                       "onDetection", "rules[0]", "rules"}));
 }
 
-TEST_F(ContentRules, ExtraDataIsOptionalForEveryActionButMustBeText) {
-  for (const char* action : {"tagSubject", "addHeader", "saveToFolder", "bccTo"}) {
-    Loaded(RuleActing(std::string(R"({"action":")") + action + R"(","data":"d"})"));
-  }
-  Loaded(RuleActing(R"({"action":"notifyRecipients","data":["a"],"extraData":"e"})"));
+TEST_F(ContentRules, ExtraDataIsOptionalButMustBeText) {
+  Loaded(RuleActing(R"({"action":"addHeader","data":"d"})"));
   EXPECT_EQ(Rejected(RuleActing(R"({"action":"tagSubject","data":"t","extraData":[]})")),
             (std::vector<std::string>{"extraData", "secondaryActions[0]", "secondaryActions",
                                       "onDetection", "rules[0]", "rules"}));
 }
 
 TEST_F(ContentRules, ARedirectNeedsNonEmptyDataTheOtherActionsReadItWhenPresent) {
-  const std::vector<std::string> mainActionFailed = {"mainAction", "onDetection", "rules[0]",
-                                                     "rules"};
   EXPECT_EQ(Rejected(RuleDoing(R"({"mainAction":{"action":"redirectEmail"}})")),
             (std::vector<std::string>{"data", "mainAction", "onDetection", "rules[0]", "rules"}));
   EXPECT_EQ(Rejected(RuleDoing(R"({"mainAction":{"action":"redirectEmail","data":""}})")),
-            mainActionFailed);
-  // Other filters carry the target in "address"; here it does not count.
-  EXPECT_FALSE(
-      Rejected(RuleDoing(R"({"mainAction":{"action":"redirectEmail","address":"a@example.test"}})"))
-          .empty());
+            (std::vector<std::string>{"mainAction", "onDetection", "rules[0]", "rules"}));
   EXPECT_EQ(Rejected(RuleDoing(R"({"mainAction":{"action":"quarantineEmail","data":{}}})")),
             (std::vector<std::string>{"data", "mainAction", "onDetection", "rules[0]", "rules"}));
   EXPECT_EQ(Rejected(RuleDoing(R"({"mainAction":{"action":"deleteAttachment"}})")),
             (std::vector<std::string>{"action", "mainAction", "onDetection", "rules[0]", "rules"}));
   EXPECT_EQ(Rejected(RuleDoing(R"({"secondaryActions":[]})")),
             (std::vector<std::string>{"mainAction", "onDetection", "rules[0]", "rules"}));
-  EXPECT_EQ(Rejected(R"({"name":"r"})"),
-            (std::vector<std::string>{"onDetection", "rules[0]", "rules"}));
 
-  const Rule quarantine = Loaded(RuleDoing(R"({"mainAction":{"action":"quarantineEmail"}})"));
-  EXPECT_EQ(quarantine.onDetection.mainAction.action, 2u);
-  EXPECT_TRUE(quarantine.onDetection.mainAction.data.IsEmpty());
-  EXPECT_TRUE(quarantine.onDetection.secondaryActions.IsEmpty());
   const Rule deliver = Loaded(RuleDoing(R"({"mainAction":{"action":"deliverEmail","data":"x"}})"));
+  EXPECT_EQ(deliver.onDetection.mainAction.action, 3u);
   EXPECT_EQ(deliver.onDetection.mainAction.data, L"x");
-  const Rule redirect =
-      Loaded(RuleDoing(R"({"mainAction":{"action":"redirectEmail","data":"a@example.test"}})"));
-  EXPECT_EQ(redirect.onDetection.mainAction.data, L"a@example.test");
 }
 
 TEST_F(ContentRules, AMatchNeedsFindAndAKnownEngine) {
@@ -265,13 +196,13 @@ TEST_F(ContentRules, AMatchNeedsFindAndAKnownEngine) {
             failedIn("find", "subject"));
   EXPECT_EQ(Rejected(RuleScanning(R"({"body":{"match":[{"find":["w"]}]}})")),
             failedIn("engine", "body"));
-  for (const char* engine : {R"("Regexp")", R"("TEXT")", "1", "null", R"(["text"])"}) {
+  for (const char* engine : {R"("Regexp")", "1"}) {
     EXPECT_EQ(Rejected(RuleScanning(std::string(R"({"body":{"match":[{"find":["w"],"engine":)") +
                                     engine + "}]}}")),
               failedIn("engine", "body"))
         << engine;
   }
-  for (const char* find : {R"("free")", "null", "{}"}) {
+  for (const char* find : {R"("free")"}) {
     EXPECT_EQ(Rejected(RuleScanning(std::string(R"({"body":{"match":[{"engine":"text","find":)") +
                                     find + "}]}}")),
               failedIn("find", "body"))
@@ -295,21 +226,8 @@ TEST_F(ContentRules, SubjectAndBodyAreEachOptionalButHoldAMatchList) {
             (std::vector<std::string>{"match", "subject", "scanSettings", "rules[0]", "rules"}));
   EXPECT_EQ(Rejected(RuleScanning(R"({"body":[]})")),
             (std::vector<std::string>{"body", "scanSettings", "rules[0]", "rules"}));
-  EXPECT_EQ(Rejected(RuleScanning(R"({"body":{"match":null}})")),
-            (std::vector<std::string>{"match", "body", "scanSettings", "rules[0]", "rules"}));
   EXPECT_EQ(Rejected(RuleScanning("[]")),
             (std::vector<std::string>{"scanSettings", "rules[0]", "rules"}));
-}
-
-TEST_F(ContentRules, WithoutScanSettingsARuleLoadsWithTwoEmptyMatchLists) {
-  RuleSet set;
-  ASSERT_TRUE(
-      Load(OneRule(R"({"name":"r","onDetection":{"mainAction":{"action":"deliverEmail"}}})"), set));
-  const Rule& rule = *set.rules.First();
-  EXPECT_TRUE(rule.scanSettings.subject.match.IsEmpty());
-  EXPECT_TRUE(rule.scanSettings.body.match.IsEmpty());
-  EXPECT_EQ(Save(set)["rules"][0]["scanSettings"],
-            Parse(R"({"subject":{"match":[]},"body":{"match":[]}})"));
 }
 
 TEST_F(ContentRules, TheRuleSetNeedsEnabledAndARulesArray) {
@@ -318,7 +236,7 @@ TEST_F(ContentRules, TheRuleSetNeedsEnabledAndARulesArray) {
   EXPECT_EQ(FailedKeys(), std::vector<std::string>{});
   EXPECT_FALSE(Load(Parse(R"({"rules":[]})"), set));
   EXPECT_EQ(FailedKeys(), std::vector<std::string>{"enabled"});
-  for (const char* rules : {"null", "{}", R"("r")"}) {
+  for (const char* rules : {"null", "{}"}) {
     EXPECT_FALSE(Load(Parse(std::string(R"({"enabled":true,"rules":)") + rules + "}"), set));
     EXPECT_EQ(FailedKeys(), std::vector<std::string>{"rules"}) << rules;
   }
@@ -358,7 +276,7 @@ TEST(ContentRulesSave, AMatchWhoseEngineHasNoNameCannotBeWritten) {
 }
 
 TEST(ContentRulesRoundTrip, GeneratedRuleSetsLoadBackToTheSameStructure) {
-  for (uint32_t seed = 1; seed <= 200; ++seed) {
+  for (uint32_t seed = 1; seed <= 100; ++seed) {
     content_test::Generator generate(seed);
     const RuleSet set = generate.MakeRuleSet(generate.Below(6));
     const Json::Value saved = Save(set);
@@ -380,98 +298,16 @@ TEST(ContentRulesSize, TenThousandRulesLoadAndSave) {
   EXPECT_EQ(Text(loaded), Text(set));
 }
 
-TEST(ContentRulesDepth, DeepValuesWhereTheSchemaWantsTextFailCleanly) {
-  // Deep where a string, a list of strings, a match list and a rule are wanted.
-  for (const char* where : {"find", "match", "rules", "data"}) {
-    Json::Value doc = Parse(R"({"enabled":true,"rules":[{"name":"r",
-        "scanSettings":{"body":{"match":[{"engine":"text","find":[]}]}},
-        "onDetection":{"mainAction":{"action":"redirectEmail","data":"a"}}}]})");
-    Json::Value deep = rule_test::DeepArray(50000);
-    Json::Value& rule = doc["rules"][0];
-    Json::Value& match = rule["scanSettings"]["body"]["match"];
-    Json::Value* slot = std::string(where) == "find"    ? &match[0]["find"]
-                        : std::string(where) == "match" ? &match
-                        : std::string(where) == "rules"
-                            ? &doc["rules"]
-                            : &rule["onDetection"]["mainAction"]["data"];
-    slot->swap(deep);
-    RuleSet set;
-    EXPECT_FALSE(Load(doc, set)) << where;
-    json_test::Dismantle(*slot);
-  }
-}
-
-// The agent: no policy method of its own, so every name is unknown and the
-// plug-in is never called.
-class RecordingContent : public kel::nusdk::MailServers::Content::IContent {
- public:
-  void* QueryInterface(const kel::InterfaceId*) override { return this; }
-  uint32_t SetRules(const RuleSet&) override {
-    ++calls;
-    return 0;
-  }
-  uint32_t GetRules(RuleSet&) override {
-    ++calls;
-    return 0;
-  }
-  int calls = 0;
-};
-
-class ContentAgent : public rule_test::LoggedTest {
- protected:
-  ContentAgent() : main_(&components_) {
-    components_.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager,
-                      static_cast<EnterpriseIntegration::IManager*>(&manager_));
-    components_.Offer(L"MailServers.Content", kel::nusdk::MailServers::Content::IID_IContent,
-                      static_cast<kel::nusdk::MailServers::Content::IContent*>(&plugin_));
-  }
-
-  kel::test::FakeComponentManager components_;
-  kel::test::FakeServMain main_;
-  kel::test::FakeManager manager_;
-  RecordingContent plugin_;
-  Content::Agent agent_;
-};
-
-TEST_F(ContentAgent, EveryMethodNameIsUnknown) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  Lines();
-  for (const wchar_t* name : {L"SetContentRules", L"GetRules", L"MailServers.Content.SetRules", L"",
-                              L"MailServers.Content."}) {
-    kel::test::FakePolicyMethod method(name, Parse(R"({"enabled":true,"rules":[]})"));
-    agent_.RunPolicyMethod(&method);
-    EXPECT_EQ(method.result, 4317u);
-    EXPECT_TRUE(method.output.isNull());
-  }
-  EXPECT_EQ(plugin_.calls, 0);
-  const std::vector<std::string> lines = Lines();
-  ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(lines[2], "8 Content::Agent::RunPolicyMethod: Function SetRules not found");
-  EXPECT_EQ(lines[4], "8 Content::Agent::RunPolicyMethod: Function  not found");
-}
-
-TEST_F(ContentAgent, HoldsThePluginByItsNameAndInterface) {
-  components_.Refuse(L"MailServers.Content", 1168);
-  EXPECT_EQ(agent_.Init(&main_), 5002u);
-  EXPECT_EQ(Lines(),
-            (std::vector<std::string>{
-                "8 ServPlugin<struct kel::nusdk::MailServers::Content::IContent>::GetPlugin: "
-                "Error 1168 getting plugin \"MailServers.Content\""}));
-  kel::test::FakePolicyMethod method(L"Anything");
-  agent_.RunPolicyMethod(&method);
-  EXPECT_EQ(method.result, 21u);
-
-  kel::test::FakeComponentManager components;
-  kel::test::FakeServMain main(&components);
-  components.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager,
-                   static_cast<EnterpriseIntegration::IManager*>(&manager_));
-  components.Offer(L"MailServers.Content", kel::nusdk::MailServers::Content::IID_IContent,
-                   static_cast<kel::nusdk::MailServers::Content::IContent*>(&plugin_));
-  EXPECT_EQ(agent_.Init(&main), 0u);
-  EXPECT_EQ(agent_.plugin(), &plugin_);
-  EXPECT_STREQ(agent_.GetAgentName(), L"MailServers.Content");
-  agent_.Uninit();  // while `components` is still there to take the plug-in back
-  EXPECT_EQ(components.held[L"MailServers.Content"], 0);
+TEST(ContentRulesDepth, ADeepValueWhereTheSchemaWantsTextFailsCleanly) {
+  Json::Value doc = Parse(R"({"enabled":true,"rules":[{"name":"r",
+      "scanSettings":{"body":{"match":[{"engine":"text","find":[]}]}},
+      "onDetection":{"mainAction":{"action":"deliverEmail"}}}]})");
+  Json::Value& find = doc["rules"][0]["scanSettings"]["body"]["match"][0]["find"];
+  Json::Value deep = rule_test::DeepArray(50000);
+  find.swap(deep);  // never copied: a copy would recurse
+  RuleSet set;
+  EXPECT_FALSE(Load(doc, set));
+  json_test::Dismantle(find);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
-// The domain-check agent, which serves no method of its own, and its rule set:
-// permitted senders as IPv4 text, the main action with its target in
-// "address", four secondary actions without notifications; loaded, refused
-// with the failing keys logged, saved and round-tripped.
+// The domain-check rule set: permitted senders as IPv4 text, the main action
+// with its target in "address", four secondary actions without notifications;
+// loaded, refused with the failing keys logged, saved and round-tripped. And
+// the plug-in's slot order.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,11 +10,9 @@
 #include <vector>
 
 #include "sdk/mailservers/domaincheck.h"
-#include "tests/agent/fakes.h"
 #include "tests/agent/json_test_util.h"
 #include "tests/support/vtable.h"
 #include "tests/transport/rule_describe.h"
-#include "transport/domaincheck/domaincheck_agent.h"
 #include "transport/domaincheck/domaincheck_schema.h"
 
 namespace {
@@ -53,7 +51,7 @@ std::string Text(const dc::RuleSet& set) {
 }
 
 // ---------------------------------------------------------------------------
-// Agent
+// Plug-in (the agent serves no method: tests/host/domaincheck.jsonl drives it)
 
 class FakeDomainCheck final : public dc::IDomainCheck {
  public:
@@ -71,48 +69,6 @@ class FakeDomainCheck final : public dc::IDomainCheck {
   int calls = 0;
 };
 
-class DomainCheckAgentTest : public rule_test::LoggedTest {
- protected:
-  DomainCheckAgentTest() {
-    components.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager, &manager);
-    components.Offer(L"MailServers.DomainCheck", dc::IID_IDomainCheck,
-                     static_cast<dc::IDomainCheck*>(&plugin));
-  }
-
-  kel::test::FakeComponentManager components;
-  kel::test::FakeServMain main{&components};
-  kel::test::FakeManager manager;
-  FakeDomainCheck plugin;
-  DomainCheck::Agent agent{L"MailServers.DomainCheck"};
-};
-
-TEST_F(DomainCheckAgentTest, EveryNameIsNotFound) {
-  ASSERT_EQ(agent.Init(&main), 0u);
-  EXPECT_EQ(agent.className(), L"DomainCheck::Agent");
-  EXPECT_EQ(agent.plugin(), &plugin);
-  Lines();
-  for (const wchar_t* name :
-       {L"SetRules", L"MailServers.DomainCheck.GetRules", L"SetDomainCheckRules", L"", L"."}) {
-    kel::test::FakePolicyMethod method(name);
-    agent.RunPolicyMethod(&method);
-    EXPECT_EQ(method.result, 4317u);
-    EXPECT_EQ(method.resultsSet, 1);
-  }
-  kel::test::FakePolicyMethod unnamed(L"x");
-  unnamed.nullName = true;
-  agent.RunPolicyMethod(&unnamed);
-  EXPECT_EQ(unnamed.result, 4317u);
-  EXPECT_THAT(Lines(),
-              ElementsAre("8 DomainCheck::Agent::RunPolicyMethod: Function SetRules not found",
-                          "8 DomainCheck::Agent::RunPolicyMethod: Function GetRules not found",
-                          "8 DomainCheck::Agent::RunPolicyMethod: Function "
-                          "SetDomainCheckRules not found",
-                          "8 DomainCheck::Agent::RunPolicyMethod: Function  not found",
-                          "8 DomainCheck::Agent::RunPolicyMethod: Function . not found",
-                          "8 DomainCheck::Agent::RunPolicyMethod: Function  not found"));
-  EXPECT_EQ(plugin.calls, 0);
-}
-
 // The transport agent calls the rule-set setter at slot 1 and the getter at 2.
 TEST(DomainCheckInterfaceTest, OperationsSitInTheirSlots) {
   FakeDomainCheck plugin;
@@ -126,39 +82,20 @@ TEST(DomainCheckInterfaceTest, OperationsSitInTheirSlots) {
 // ---------------------------------------------------------------------------
 // Rule set
 
-const char kRuleSetText[] = R"({
-  "enabled": true,
-  "rules": [
-    {
-      "enabled": false,
-      "name": "Spoofed example.com",
-      "description": "",
-      "detectionWithoutScan": true,
-      "processIf": {"traffic": ["incoming", "internal"],
-                    "sentBy": {"consider": ["connection", "email"], "emails": [], "groups": [],
-                               "wildcards": [], "domains": ["example.com"]}},
-      "scanSettings": {
-        "permittedSenders": ["192.0.2.10", "198.51.100.0/24", "10.0.0.0/8"],
-        "checkAuthenticated": true
-      },
-      "onDetection": {
-        "mainAction": {"action": "redirectEmail", "address": "security@example.com"},
-        "secondaryActions": [
-          {"action": "tagSubject", "data": "[SPOOF]"},
-          {"action": "addHeader", "data": "X-Spoof", "extraData": "1"},
-          {"action": "saveToFolder", "data": "Suspicious"},
-          {"action": "bccTo", "data": "audit@example.com"}
-        ],
-        "stopProcessing": false
-      }
-    },
-    {
-      "name": "No servers",
-      "scanSettings": {"permittedSenders": []},
-      "onDetection": {"mainAction": {"action": "rejectOrDeleteEmail"}, "secondaryActions": []}
-    }
-  ]
-})";
+const char kRuleSetText[] = R"({"enabled": true, "rules": [{
+  "enabled": false, "name": "Spoofed example.com", "description": "", "detectionWithoutScan": true,
+  "processIf": {"traffic": ["incoming", "internal"],
+                "sentBy": {"consider": ["connection", "email"], "emails": [], "groups": [],
+                           "wildcards": [], "domains": ["example.com"]}},
+  "scanSettings": {"permittedSenders": ["192.0.2.10", "198.51.100.0/24", "10.0.0.0/8"],
+                   "checkAuthenticated": true},
+  "onDetection": {
+    "mainAction": {"action": "redirectEmail", "address": "security@example.com"},
+    "secondaryActions": [{"action": "tagSubject", "data": "[SPOOF]"},
+                         {"action": "addHeader", "data": "X-Spoof", "extraData": "1"},
+                         {"action": "saveToFolder", "data": "Suspicious"},
+                         {"action": "bccTo", "data": "audit@example.com"}],
+    "stopProcessing": false}}]})";
 
 const char kRuleSetDescription[] =
     "enabled 1\n"
@@ -168,11 +105,7 @@ const char kRuleSetDescription[] =
     "[167903424/0,6566854/24,10/8,] checkAuthenticated 1 main {action 1 data "
     "\"security@example.com\"} secondary [{action 0 data \"[SPOOF]\" extra \"\"},{action 1 data "
     "\"X-Spoof\" extra \"1\"},{action 2 data \"Suspicious\" extra \"\"},{action 3 data "
-    "\"audit@example.com\" extra \"\"},]\n"
-    "enabled 1 name \"No servers\" description \"\" detectionWithoutScan 0 traffic 7 sentBy "
-    "{consider 0 users [] groups [] wildcards [] domains []} sentTo {consider 0 users [] groups [] "
-    "wildcards [] domains []} stopProcessing 0 senders [] checkAuthenticated 0 main {action 0 data "
-    "\"\"} secondary []\n";
+    "\"audit@example.com\" extra \"\"},]\n";
 
 class DomainCheckRuleSetTest : public rule_test::LoggedTest {
  protected:
@@ -190,32 +123,16 @@ class DomainCheckRuleSetTest : public rule_test::LoggedTest {
   }
 };
 
-TEST_F(DomainCheckRuleSetTest, LoadsEveryFieldOfAHandWrittenRuleSet) {
+TEST_F(DomainCheckRuleSetTest, AHandWrittenRuleSetLoadsEveryFieldAndSavesInTheSameShape) {
   dc::RuleSet set;
   ASSERT_TRUE(Load(Parse(kRuleSetText), set));
   EXPECT_EQ(Text(set), kRuleSetDescription);
   EXPECT_THAT(FailedKeys(), IsEmpty());
-}
 
-TEST_F(DomainCheckRuleSetTest, SavesInTheSameShapeAndLoadsBackTheSame) {
-  dc::RuleSet set;
-  ASSERT_TRUE(Load(Parse(kRuleSetText), set));
-  const Json::Value saved = Save(set);
   Json::Value expected = Parse(kRuleSetText);
-  Json::Value& second = expected["rules"][1];
-  second["enabled"] = true;
-  second["description"] = "";
-  second["detectionWithoutScan"] = false;
-  second["processIf"] = Parse(R"({"traffic": ["incoming", "outgoing", "internal"]})");
-  second["scanSettings"]["checkAuthenticated"] = false;
-  second["onDetection"]["stopProcessing"] = false;
   // A tag's extra data is written even when it was left out.
   expected["rules"][0]["onDetection"]["secondaryActions"][0]["extraData"] = "";
-  EXPECT_EQ(Compact(saved), Compact(expected));
-
-  dc::RuleSet again;
-  ASSERT_TRUE(Load(saved, again));
-  EXPECT_EQ(Text(again), Text(set));
+  EXPECT_EQ(Compact(Save(set)), Compact(expected));
 }
 
 TEST_F(DomainCheckRuleSetTest, PermittedSendersAreFourDottedNumbersAndAPrefix) {
@@ -229,23 +146,11 @@ TEST_F(DomainCheckRuleSetTest, PermittedSendersAreFourDottedNumbersAndAPrefix) {
     inner.insert(inner.end(), at.begin(), at.end());
     ExpectRefused(senders(list), inner);
   };
-  refused(R"(["10.0.0"])", {"permittedSenders[0]"});
-  refused(R"(["1.2.3.4.5"])", {"permittedSenders[0]"});
   refused(R"(["1.2.3.4", "10.0.0"])", {"permittedSenders[1]"});
-  refused(R"(["256.1.1.1"])", {"permittedSenders[0]"});
-  refused(R"(["1.2.3.4/33"])", {"permittedSenders[0]"});
   refused(R"(["1.2.3.4/0"])", {"permittedSenders[0]"});
-  refused(R"(["1.2.3.4/"])", {"permittedSenders[0]"});
   refused(R"(["1.2.3.4/x"])", {"permittedSenders[0]"});
-  refused(R"([" 1.2.3.4"])", {"permittedSenders[0]"});
-  refused(R"(["+1.2.3.4"])", {"permittedSenders[0]"});
-  refused(R"(["1.2.3.4 "])", {"permittedSenders[0]"});
-  refused(R"(["a.b.c.d"])", {"permittedSenders[0]"});
   refused(R"([""])", {"permittedSenders[0]"});
-  refused(R"([16909060])", {"permittedSenders[0]"});
-  refused(R"([null])", {"permittedSenders[0]"});
   refused(R"(null)", {});
-  refused(R"("1.2.3.4")", {});
   ExpectRefused(
       Edited([](Json::Value& rule) { rule["scanSettings"].removeMember("permittedSenders"); }),
       {"permittedSenders", "scanSettings", "rules[0]", "rules"});
@@ -261,67 +166,37 @@ TEST_F(DomainCheckRuleSetTest, PermittedSendersAreFourDottedNumbersAndAPrefix) {
             R"(["1.2.3.4","10.0.0.1/32","0.0.0.0/1"])");
 }
 
-TEST_F(DomainCheckRuleSetTest, CheckAuthenticatedIsOptionalButTyped) {
-  dc::RuleSet set;
-  ASSERT_TRUE(Load(
-      Edited([](Json::Value& rule) { rule["scanSettings"].removeMember("checkAuthenticated"); }),
-      set));
-  EXPECT_EQ(set.rules.FirstConst()->scanSettings.checkAuthenticated, 0);
-  ExpectRefused(
-      Edited([](Json::Value& rule) { rule["scanSettings"]["checkAuthenticated"] = "yes"; }),
-      {"checkAuthenticated", "scanSettings", "rules[0]", "rules"});
-  ExpectRefused(Edited([](Json::Value& rule) { rule.removeMember("scanSettings"); }),
-                {"scanSettings", "rules[0]", "rules"});
-}
-
-TEST_F(DomainCheckRuleSetTest, TheRedirectTargetIsInAddressNotData) {
-  auto main = [](const char* text) {
-    return Edited([=](Json::Value& rule) { rule["onDetection"]["mainAction"] = Parse(text); });
+// tests/host/domaincheck.jsonl refuses the rest: a redirect target in "data", the
+// notifications and the SCL header, missing data and extra data.
+TEST_F(DomainCheckRuleSetTest, ActionsOutsideTheTablesAreRefusedAndUnreadDataIsDropped) {
+  const char* const refused[] = {
+      R"({"mainAction": {"action": "forwardEmail"}})",
+      R"({"mainAction": {"action": "deliverEmail"},
+          "secondaryActions": [{"action": "tagSubject", "data": {}}]})",
   };
-  ExpectRefused(main(R"({"action": "redirectEmail", "data": "security@example.com"})"),
-                {"address", "mainAction", "onDetection", "rules[0]", "rules"});
-  ExpectRefused(main(R"({"action": "forwardEmail"})"),
+  ExpectRefused(Edited([&](Json::Value& rule) { rule["onDetection"] = Parse(refused[0]); }),
                 {"action", "mainAction", "onDetection", "rules[0]", "rules"});
-  dc::RuleSet set;
-  ASSERT_TRUE(Load(main(R"({"action": "deliverEmail", "data": "ignored"})"), set));
-  EXPECT_EQ(Text(set.rules.FirstConst()->onDetection.mainAction), "{action 3 data \"\"}");
-}
-
-TEST_F(DomainCheckRuleSetTest, OnlyFourSecondaryActionsAndNoNotifications) {
-  auto secondary = [](const char* text) {
-    return Edited([=](Json::Value& rule) {
-      rule["onDetection"]["secondaryActions"] = Json::Value(Json::arrayValue);
-      rule["onDetection"]["secondaryActions"].append(Parse(text));
-    });
-  };
-  const std::vector<std::string> outer = {"secondaryActions[0]", "secondaryActions", "onDetection",
-                                          "rules[0]", "rules"};
-  auto refusedAt = [&](std::vector<std::string> inner) {
-    inner.insert(inner.end(), outer.begin(), outer.end());
-    return inner;
-  };
-  for (const char* action : {"addSCLHeader", "notifyRecipients", "notifyInternalRecipients"}) {
-    ExpectRefused(
-        secondary(("{\"action\": \"" + std::string(action) + "\", \"data\": []}").c_str()),
-        refusedAt({"action"}));
-  }
-  ExpectRefused(secondary(R"({"action": "addHeader", "data": "X-A"})"), refusedAt({"extraData"}));
-  ExpectRefused(secondary(R"({"action": "bccTo"})"), refusedAt({"data"}));
-  ExpectRefused(secondary(R"({"action": "tagSubject", "data": {}})"), refusedAt({"data"}));
+  ExpectRefused(
+      Edited([&](Json::Value& rule) { rule["onDetection"] = Parse(refused[1]); }),
+      {"data", "secondaryActions[0]", "secondaryActions", "onDetection", "rules[0]", "rules"});
 
   dc::RuleSet set;
-  ASSERT_TRUE(Load(secondary(R"({"action": "tagSubject", "data": "[S]", "extraData": 7})"), set));
-  EXPECT_EQ(Text(*set.rules.FirstConst()->onDetection.secondaryActions.FirstConst()),
-            R"({action 0 data "[S]" extra "7"})");
-  EXPECT_EQ(Compact(Save(set)["rules"][0]["onDetection"]["secondaryActions"]),
-            R"([{"action":"tagSubject","data":"[S]","extraData":"7"}])");
+  ASSERT_TRUE(Load(Edited([](Json::Value& rule) {
+                     rule["onDetection"] = Parse(R"({"mainAction": {"action": "deliverEmail",
+                                                                    "data": "ignored"},
+                         "secondaryActions": [{"action": "tagSubject", "data": "[S]",
+                                               "extraData": 7}]})");
+                   }),
+                   set));
+  const auto& onDetection = set.rules.FirstConst()->onDetection;
+  EXPECT_EQ(Text(onDetection.mainAction), "{action 3 data \"\"}");
+  EXPECT_EQ(Text(*onDetection.secondaryActions.FirstConst()), R"({action 0 data "[S]" extra "7"})");
 }
 
 TEST_F(DomainCheckRuleSetTest, TenThousandRulesAndDeepNesting) {
   Json::Value doc = Parse(kRuleSetText);
   const Json::Value rule = doc["rules"][0];
-  Json::Value& rules = doc["rules"] = Json::Value(Json::arrayValue);
-  for (int i = 0; i < 10000; ++i) rules.append(rule);
+  for (int i = 1; i < 10000; ++i) doc["rules"].append(rule);
   dc::RuleSet set;
   ASSERT_TRUE(Load(doc, set));
   EXPECT_EQ(set.rules.Count(), 10000u);
@@ -364,7 +239,7 @@ dc::RuleSet GeneratedRuleSet(rule_test::Generator& g) {
 }
 
 TEST_F(DomainCheckRuleSetTest, GeneratedRuleSetsRoundTrip) {
-  for (uint32_t seed = 1; seed <= 300; ++seed) {
+  for (uint32_t seed = 1; seed <= 100; ++seed) {
     rule_test::Generator g(seed);
     const dc::RuleSet set = GeneratedRuleSet(g);
     const Json::Value saved = Save(set);

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "frame/logging/log.h"
-#include "tests/frame/log_sink_probe.h"
+#include "tests/support/log_sink_probe.h"
 #include "transport/rule_schema.h"
 
 namespace {

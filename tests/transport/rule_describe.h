@@ -19,7 +19,7 @@
 #include "frame/string.h"
 #include "frame/text_convert.h"
 #include "sdk/mailservers/rule_common.h"
-#include "tests/frame/log_sink_probe.h"
+#include "tests/support/log_sink_probe.h"
 
 namespace rule_test {
 
