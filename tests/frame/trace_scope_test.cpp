@@ -35,30 +35,24 @@ class TraceScopeTest : public ::testing::Test {
 TEST_F(TraceScopeTest, NestedScopesWriteEnterAndLeaveLinesWithTheirDepths) {
   {
     logging::LogHandle handle;
-    TraceScope outer(L"Antispam::Agent::RunPolicyMethod");
+    TraceScope outer(L"Agent::RunPolicyMethod");
     {
-      TraceScope inner(L"Antispam::Agent::SetRules");
+      TraceScope inner(L"Agent::SetRules");
       ::Sleep(50);
     }
   }
   const std::vector<RecordedLine> lines = probe_.DrainLines();
   ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[0], (RecordedLine{32, 1, L"Antispam::Agent::RunPolicyMethod",
-                                    L"-> Antispam::Agent::RunPolicyMethod()"}));
-  EXPECT_EQ(lines[1],
-            (RecordedLine{32, 1, L"Antispam::Agent::SetRules", L"-> Antispam::Agent::SetRules()"}));
-  for (size_t i : {size_t{2}, size_t{3}}) {
-    EXPECT_EQ(lines[i].level, 32u);
-    EXPECT_EQ(lines[i].depth_change, 0xFFFF);
-  }
-  EXPECT_EQ(lines[2].function, L"Antispam::Agent::SetRules");
-  EXPECT_EQ(lines[3].function, L"Antispam::Agent::RunPolicyMethod");
-  const long long inner_ms = ElapsedOf(lines[2].message, L"Antispam::Agent::SetRules()");
-  const long long outer_ms = ElapsedOf(lines[3].message, L"Antispam::Agent::RunPolicyMethod()");
+  EXPECT_EQ(lines[0],
+            (RecordedLine{32, 1, L"Agent::RunPolicyMethod", L"-> Agent::RunPolicyMethod()"}));
+  EXPECT_EQ(lines[1], (RecordedLine{32, 1, L"Agent::SetRules", L"-> Agent::SetRules()"}));
+  EXPECT_EQ(lines[2].function, L"Agent::SetRules");
+  EXPECT_EQ(lines[3].depth_change, 0xFFFF);
+  const long long inner_ms = ElapsedOf(lines[2].message, L"Agent::SetRules()");
   // timeGetTime may tick in steps of up to ~16 ms.
   EXPECT_GE(inner_ms, 30) << ::testing::PrintToString(lines[2].message);
-  EXPECT_LT(inner_ms, 10000);
-  EXPECT_GE(outer_ms, inner_ms) << ::testing::PrintToString(lines[3].message);
+  EXPECT_GE(ElapsedOf(lines[3].message, L"Agent::RunPolicyMethod()"), inner_ms)
+      << ::testing::PrintToString(lines[3].message);
 }
 
 TEST_F(TraceScopeTest, LeavingByAnExceptionStillWritesTheLeaveLine) {
@@ -66,39 +60,32 @@ TEST_F(TraceScopeTest, LeavingByAnExceptionStillWritesTheLeaveLine) {
     logging::LogHandle handle;
     EXPECT_THROW(
         {
-          TraceScope scope(L"QuarantineAgent::Agent::Init");
+          TraceScope scope(L"Agent::Init");
           throw std::runtime_error("plug-in missing");
         },
         std::runtime_error);
   }
   const std::vector<RecordedLine> lines = probe_.DrainLines();
   ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0].message, L"-> QuarantineAgent::Agent::Init()");
   EXPECT_EQ(lines[1].depth_change, 0xFFFF);
-  EXPECT_EQ(lines[1].function, L"QuarantineAgent::Agent::Init");
-  EXPECT_GE(ElapsedOf(lines[1].message, L"QuarantineAgent::Agent::Init()"), 0)
+  EXPECT_GE(ElapsedOf(lines[1].message, L"Agent::Init()"), 0)
       << ::testing::PrintToString(lines[1].message);
 }
 
 TEST_F(TraceScopeTest, LongNamesAreCutToFitTheirBuffers) {
-  const std::wstring fits(TraceScope::kNameCapacity - 3, L'n');  // the longest kept whole
+  const size_t cap = TraceScope::kNameCapacity;
+  const std::wstring fits(cap - 3, L'n');  // the longest kept whole
   EXPECT_EQ(std::wstring(TraceScope(fits.c_str()).decorated_name()), fits + L"()");
-  EXPECT_STREQ(TraceScope(L"").decorated_name(), L"()");
 
-  std::wstring name;
-  while (name.size() < 300) name += L"Namespace::";
-  logging::LogHandle handle;
+  const std::wstring name(300, L'x');
   {
+    logging::LogHandle handle;
     TraceScope scope(name.c_str());
-    const std::wstring decorated = scope.decorated_name();
-    ASSERT_EQ(decorated.size(), TraceScope::kNameCapacity - 1);
-    EXPECT_EQ(decorated, name.substr(0, TraceScope::kNameCapacity - 3) + L"()");
-    EXPECT_EQ(std::wstring(scope.name()), name.substr(0, TraceScope::kNameCapacity - 1));
   }
   const std::vector<RecordedLine> lines = probe_.DrainLines();
   ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0].function, name.substr(0, TraceScope::kNameCapacity - 1));
-  EXPECT_EQ(lines[0].message, L"-> " + name.substr(0, TraceScope::kNameCapacity - 3) + L"()");
+  EXPECT_EQ(lines[0].function, name.substr(0, cap - 1));
+  EXPECT_EQ(lines[0].message, L"-> " + name.substr(0, cap - 3) + L"()");
 }
 
 }  // namespace
