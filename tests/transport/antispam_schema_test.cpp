@@ -143,23 +143,7 @@ const char kRuleSetDescription[] =
     "data \"\" extra \"\" notify {sender 1 receivers 1} recipients "
     "[\"admin@example.com\",\"postmaster@example.com\",]},]\n";
 
-class AntispamRuleSetTest : public rule_test::LoggedTest {
- protected:
-  // The hand-written rule set with `edit` applied to its first rule.
-  template <class Edit>
-  static Json::Value Edited(Edit edit) {
-    Json::Value doc = Parse(kRuleSetText);
-    edit(doc["rules"][0]);
-    return doc;
-  }
-
-  // Loads `doc`, expecting a failure logged with `keys` (innermost first).
-  void ExpectRefused(const Json::Value& doc, const std::vector<std::string>& keys) {
-    as::RuleSet set;
-    EXPECT_FALSE(Load(doc, set)) << Compact(doc);
-    EXPECT_EQ(FailedKeys(), keys) << Compact(doc);
-  }
-};
+class AntispamRuleSetTest : public rule_test::RuleSetTest<as::RuleSet, kRuleSetText> {};
 
 TEST_F(AntispamRuleSetTest, AHandWrittenRuleSetLoadsEveryFieldAndSavesInTheSameShape) {
   as::RuleSet set;

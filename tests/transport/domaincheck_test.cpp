@@ -107,21 +107,7 @@ const char kRuleSetDescription[] =
     "\"X-Spoof\" extra \"1\"},{action 2 data \"Suspicious\" extra \"\"},{action 3 data "
     "\"audit@example.com\" extra \"\"},]\n";
 
-class DomainCheckRuleSetTest : public rule_test::LoggedTest {
- protected:
-  template <class Edit>
-  static Json::Value Edited(Edit edit) {
-    Json::Value doc = Parse(kRuleSetText);
-    edit(doc["rules"][0]);
-    return doc;
-  }
-
-  void ExpectRefused(const Json::Value& doc, const std::vector<std::string>& keys) {
-    dc::RuleSet set;
-    EXPECT_FALSE(Load(doc, set)) << Compact(doc);
-    EXPECT_EQ(FailedKeys(), keys) << Compact(doc);
-  }
-};
+class DomainCheckRuleSetTest : public rule_test::RuleSetTest<dc::RuleSet, kRuleSetText> {};
 
 TEST_F(DomainCheckRuleSetTest, AHandWrittenRuleSetLoadsEveryFieldAndSavesInTheSameShape) {
   dc::RuleSet set;

@@ -1,11 +1,10 @@
 // The rule header, scope and conditions that every filter rule shares.
 #include <gtest/gtest.h>
 
-#include <json/reader.h>
-
 #include <string>
 
 #include "frame/logging/log.h"
+#include "tests/agent/json_test_util.h"
 #include "tests/support/log_sink_probe.h"
 #include "transport/rule_schema.h"
 
@@ -36,13 +35,7 @@ namespace {
 
 using EnterpriseIntegration::JsonNodeRef;
 using EnterpriseIntegration::JsonSerializer;
-
-Json::Value Parse(const std::string& text) {
-  Json::Value value;
-  Json::Reader reader;
-  EXPECT_TRUE(reader.parse(text, value)) << text;
-  return value;
-}
+using json_test::Parse;
 
 bool Load(const std::string& text, TestRule& rule) {
   const Json::Value input = Parse(text);

@@ -19,6 +19,7 @@
 #include "frame/string.h"
 #include "frame/text_convert.h"
 #include "sdk/mailservers/rule_common.h"
+#include "tests/agent/json_test_util.h"
 #include "tests/support/log_sink_probe.h"
 
 namespace rule_test {
@@ -107,6 +108,26 @@ class LoggedTest : public ::testing::Test {
 
   logging::LogHandle log_;
   SinkProbe probe_;  // after log_: it refers to the library that log_ bound
+};
+
+// Tests of one filter's rule set that start from a hand-written document.
+template <class RuleSet, const char* kText>
+class RuleSetTest : public LoggedTest {
+ protected:
+  // The hand-written rule set with `edit` applied to its first rule.
+  template <class Edit>
+  static Json::Value Edited(Edit edit) {
+    Json::Value doc = json_test::Parse(kText);
+    edit(doc["rules"][0]);
+    return doc;
+  }
+
+  // Loads `doc`, expecting a failure logged with `keys` (innermost first).
+  void ExpectRefused(const Json::Value& doc, const std::vector<std::string>& keys) {
+    RuleSet set;
+    EXPECT_FALSE(Load(doc, set)) << json_test::Compact(doc);
+    EXPECT_EQ(FailedKeys(), keys) << json_test::Compact(doc);
+  }
 };
 
 // Seeded random parts of valid rules: whatever it makes saves and loads back.
