@@ -27,21 +27,21 @@ class AgentBase : public IAgent {
   AgentBase(const wchar_t* agentName, const wchar_t* className);
 
   // Host slots. Each is a wall: nothing thrown leaves it.
-  void* QueryInterface(const kel::InterfaceId* iid) override;  // 0
-  uint32_t Init(IServMain* main) override;                       // 1
-  void Uninit() override;                                        // 2
-  uint32_t Start() override;                                     // 3
-  void Stop() override;                                          // 4
-  uint32_t ReportFeatureStates(IFeatureStateSink* sink) override;  // 5
-  uint32_t OnHostNotification(uint32_t code) override;            // 6
-  void RunPolicyMethod(IPolicyMethod* method) override;           // 7
-  bool IsFunctioning() override;                                  // 8
-  void ReportNames(INameSink* sink) override;                     // 9
+  void* QueryInterface(const kel::InterfaceId* iid) override;           // 0
+  uint32_t Init(IServMain* main) override;                              // 1
+  void Uninit() override;                                               // 2
+  uint32_t Start() override;                                            // 3
+  void Stop() override;                                                 // 4
+  uint32_t ReportFeatureStates(IFeatureStateSink* sink) override;       // 5
+  uint32_t OnHostNotification(uint32_t code) override;                  // 6
+  void RunPolicyMethod(IPolicyMethod* method) override;                 // 7
+  bool IsFunctioning() override;                                        // 8
+  void ReportNames(INameSink* sink) override;                           // 9
   uint32_t CopyAgentName(wchar_t* buffer, uint32_t capacity) override;  // 10
-  const wchar_t* GetAgentName() override;                         // 11
-  void OnAttached() override;                                     // 12
-  void OnDetached() override;                                     // 13
-  uint32_t GetPendingWork() override;                             // 14
+  const wchar_t* GetAgentName() override;                               // 11
+  void OnAttached() override;                                           // 12
+  void OnDetached() override;                                           // 13
+  uint32_t GetPendingWork() override;                                   // 14
 
   // Hands an event to the manager; 21 when no manager is held.
   uint32_t SendEvent(const wchar_t* name, const Json::Value& body,

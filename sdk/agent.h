@@ -53,16 +53,16 @@ class IAgent : public IServPlugin {
  public:
   // Slot 7: runs one policy method; the result travels through the method object only.
   virtual void RunPolicyMethod(IPolicyMethod* method) = 0;
-  virtual bool IsFunctioning() = 0;                  // slot 8
-  virtual void ReportNames(INameSink* sink) = 0;     // slot 9
+  virtual bool IsFunctioning() = 0;               // slot 8
+  virtual void ReportNames(INameSink* sink) = 0;  // slot 9
   // Slot 10: the agent name, copied into `buffer` (always terminated, cut to
   // fit); returns the name's full length in characters.
   virtual uint32_t CopyAgentName(wchar_t* buffer, uint32_t capacity) = 0;
   // Slot 11: the agent name, valid for the agent's life.
   virtual const wchar_t* GetAgentName() = 0;
-  virtual void OnAttached() = 0;                     // slot 12: no effect
-  virtual void OnDetached() = 0;                     // slot 13: no effect
-  virtual uint32_t GetPendingWork() = 0;             // slot 14: 0
+  virtual void OnAttached() = 0;          // slot 12: no effect
+  virtual void OnDetached() = 0;          // slot 13: no effect
+  virtual uint32_t GetPendingWork() = 0;  // slot 14: 0
 
  protected:
   ~IAgent() = default;

@@ -5,9 +5,7 @@ namespace {
 
 using StringList = kel::List<kel::StringW>;
 
-bool Present(const JsonNodeRef& at, const char* key) {
-  return !JsonNodeRef(at, key).IsAbsent();
-}
+bool Present(const JsonNodeRef& at, const char* key) { return !JsonNodeRef(at, key).IsAbsent(); }
 
 bool LoadListIfPresent(const JsonNodeRef& at, const char* key, StringList& out) {
   return !Present(at, key) || JsonComposedSerializer::Load(at, key, out);

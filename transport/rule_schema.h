@@ -18,10 +18,12 @@ inline constexpr auto kTrafficNames = FlagNames({
 
 // Unlike the traffic set, unknown address forms are passed over; at least one
 // known form is still required.
-inline constexpr auto kAddressFormNames = FlagNames({
-    {kel::nusdk::MailServers::kAddressConnection, "connection"},
-    {kel::nusdk::MailServers::kAddressEmail, "email"},
-}).SkippingUnknownNames();
+inline constexpr auto kAddressFormNames =
+    FlagNames({
+                  {kel::nusdk::MailServers::kAddressConnection, "connection"},
+                  {kel::nusdk::MailServers::kAddressEmail, "email"},
+              })
+        .SkippingUnknownNames();
 
 // The main actions most filters share. The attachment filter numbers its own
 // differently; see there.
@@ -67,6 +69,7 @@ inline bool HasSentTo(const kel::nusdk::MailServers::Scope& s) { return s.sentTo
 }  // namespace rules
 
 // "processIf"
+// clang-format off
 template <>
 struct JsonSchema<kel::nusdk::MailServers::Scope>
     : JsonSchemaBase<kel::nusdk::MailServers::Scope> {
@@ -80,10 +83,12 @@ struct JsonSchema<kel::nusdk::MailServers::Scope>
       Optional(json_keys::kSentTo,   &S::sentTo,  Default(), kLoadOnly),
       Optional(json_keys::kSentTo,   &S::sentTo,  kSaveOnly, When(rules::HasSentTo)));
 };
+// clang-format on
 
 // The rule header. "name" is the one header key whose failure fails the rule;
 // "enabled" and "description" may be left out, but fail the rule when present
 // and malformed; the processing flags are read on a best-effort basis.
+// clang-format off
 template <>
 struct JsonSchema<kel::nusdk::MailServers::RuleHeader>
     : JsonSchemaBase<kel::nusdk::MailServers::RuleHeader> {
@@ -100,6 +105,7 @@ struct JsonSchema<kel::nusdk::MailServers::RuleHeader>
       BestEffort(json_keys::kOnDetectionStopProcessing, &S::stopProcessing,       kLoadOnly),
       BestEffort(json_keys::kStopProcessing,            &S::stopProcessing,       kLoadOnly));
 };
+// clang-format on
 
 // The stop flag is saved inside the rule's "onDetection" object, which the
 // filter's own schema writes whole after the header; so every rule schema
@@ -113,6 +119,7 @@ constexpr auto StopProcessingField() {
 
 // A rule of a filter whose rule is the shared header, its own "scanSettings"
 // and "onDetection", and the stop flag saved last.
+// clang-format off
 template <class Rule>
 struct FilterRuleSchema : JsonSchemaBase<Rule> {
   using B = JsonSchemaBase<Rule>;
@@ -122,9 +129,11 @@ struct FilterRuleSchema : JsonSchemaBase<Rule> {
       B::Required(json_keys::kOnDetection,  &Rule::onDetection),
       StopProcessingField<Rule>());
 };
+// clang-format on
 
 // "onDetection" of the filters that act by one main action and a list of
 // secondary actions (none when the list is absent).
+// clang-format off
 template <class OnDetection>
 struct MainAndSecondaryActionsSchema : JsonSchemaBase<OnDetection> {
   using B = JsonSchemaBase<OnDetection>;
@@ -132,9 +141,11 @@ struct MainAndSecondaryActionsSchema : JsonSchemaBase<OnDetection> {
       B::Required(json_keys::kMainAction,       &OnDetection::mainAction),
       B::Optional(json_keys::kSecondaryActions, &OnDetection::secondaryActions, B::Default()));
 };
+// clang-format on
 
 // {"enabled", "rules"}: every filter's rule set, the rules in evaluation order.
 // A filter adds its own Check by deriving.
+// clang-format off
 template <class RuleSet>
 struct RuleSetEnvelopeSchema : JsonSchemaBase<RuleSet> {
   using B = JsonSchemaBase<RuleSet>;
@@ -142,8 +153,10 @@ struct RuleSetEnvelopeSchema : JsonSchemaBase<RuleSet> {
       B::Required(json_keys::kEnabled, &RuleSet::enabled),  // boolean
       B::Required(json_keys::kRules,   &RuleSet::rules));   // [Rule]
 };
+// clang-format on
 
 // "notifyInternalRecipients" data: both parties are told unless said otherwise.
+// clang-format off
 template <>
 struct JsonSchema<kel::nusdk::MailServers::NotifyData>
     : JsonSchemaBase<kel::nusdk::MailServers::NotifyData> {
@@ -152,5 +165,6 @@ struct JsonSchema<kel::nusdk::MailServers::NotifyData>
       Optional("sender",    &S::sender,    Default(uint8_t{1})),
       Optional("receivers", &S::receivers, Default(uint8_t{1})));
 };
+// clang-format on
 
 }  // namespace EnterpriseIntegration

@@ -15,7 +15,8 @@
 namespace EnterpriseIntegration {
 template <>
 struct PluginTraits<kel::nusdk::MailServers::Transport::ITransport> {
-  static constexpr const kel::InterfaceId& kIid = kel::nusdk::MailServers::Transport::IID_ITransport;
+  static constexpr const kel::InterfaceId& kIid =
+      kel::nusdk::MailServers::Transport::IID_ITransport;
   static constexpr const wchar_t* kTypeName =
       L"struct kel::nusdk::MailServers::Transport::ITransport";
 };

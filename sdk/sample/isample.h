@@ -36,10 +36,10 @@ class ISampleNotifications {
 
 class ISample : public IKelBaseInterface {
  public:
-  virtual uint32_t SetSettings(const SampleSettings& settings) = 0;     // slot 1
-  virtual uint32_t GetSettings(SampleSettings& settings) = 0;           // slot 2
-  virtual uint32_t Advise(ISampleNotifications* sink) = 0;              // slot 3
-  virtual uint32_t Unadvise(ISampleNotifications* sink) = 0;            // slot 4
+  virtual uint32_t SetSettings(const SampleSettings& settings) = 0;  // slot 1
+  virtual uint32_t GetSettings(SampleSettings& settings) = 0;        // slot 2
+  virtual uint32_t Advise(ISampleNotifications* sink) = 0;           // slot 3
+  virtual uint32_t Unadvise(ISampleNotifications* sink) = 0;         // slot 4
 
  protected:
   ~ISample() = default;

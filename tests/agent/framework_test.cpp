@@ -94,7 +94,8 @@ TEST_F(AgentFramework, InitWithoutHostOrComponentManagerFailsAndLogs) {
   EXPECT_EQ(agent_.Init(nullptr), 5002u);
   FakeServMain noComponents(nullptr);
   EXPECT_EQ(agent_.Init(&noComponents), 5002u);
-  const RecordedLine expected{4, 0, L"ServPlugin<struct EnterpriseIntegration::IManager>::GetPlugin",
+  const RecordedLine expected{4, 0,
+                              L"ServPlugin<struct EnterpriseIntegration::IManager>::GetPlugin",
                               L"Null component manager"};
   EXPECT_EQ(Messages(), (std::vector<RecordedLine>{expected, expected}));
   EXPECT_FALSE(agent_.HasPlugins());
@@ -247,18 +248,18 @@ TEST_F(AgentFramework, PublicOperationsAreTraced) {
   std::vector<std::wstring> traces;
   for (const RecordedLine& line : sink_.DrainLines())
     if (line.depth_change != 0) traces.push_back(line.message.substr(0, line.message.find(L'[')));
-  EXPECT_EQ(traces, (std::vector<std::wstring>{
-                        L"-> Probe::Agent::Init()", L"<- Probe::Agent::Init() ",
-                        L"-> Probe::Agent::RunPolicyMethod()",
-                        L"<- Probe::Agent::RunPolicyMethod() "}));
+  EXPECT_EQ(traces,
+            (std::vector<std::wstring>{L"-> Probe::Agent::Init()", L"<- Probe::Agent::Init() ",
+                                       L"-> Probe::Agent::RunPolicyMethod()",
+                                       L"<- Probe::Agent::RunPolicyMethod() "}));
 }
 
 // The host reaches the agent by slot number; so does this test.
 TEST_F(AgentFramework, HostSlotsAreInTheirContractOrder) {
   using kel::test::CallSlot;
   void* agent = static_cast<EnterpriseIntegration::IAgent*>(&agent_);
-  for (const kel::InterfaceId* iid : {&IID_IKelBaseInterface, &IID_IServPlugin,
-                                      &EnterpriseIntegration::IID_IAgent}) {
+  for (const kel::InterfaceId* iid :
+       {&IID_IKelBaseInterface, &IID_IServPlugin, &EnterpriseIntegration::IID_IAgent}) {
     EXPECT_EQ(CallSlot<void*>(agent, 0, iid), agent);
   }
   const kel::InterfaceId other{1, 2};
@@ -312,9 +313,9 @@ TEST_F(AgentFramework, HostInterfacesKeepTheirSlots) {
 
   void* components = static_cast<IComponentManager*>(&components_);
   void* object = nullptr;
-  EXPECT_EQ(CallSlot<uint32_t>(components, 0, L"Test.Probe", &kel::nusdk::Sample::IID_ISample,
-                               &object),
-            0u);
+  EXPECT_EQ(
+      CallSlot<uint32_t>(components, 0, L"Test.Probe", &kel::nusdk::Sample::IID_ISample, &object),
+      0u);
   CallSlot<void>(components, 1, L"Test.Probe");
   EXPECT_EQ(components_.held[L"Test.Probe"], 0);
 

@@ -21,6 +21,7 @@ struct TestRule : RuleHeader {
 }  // namespace
 
 namespace EnterpriseIntegration {
+// clang-format off
 template <>
 struct JsonSchema<TestRule> : JsonSchemaBase<TestRule> {
   using S = TestRule;
@@ -29,6 +30,7 @@ struct JsonSchema<TestRule> : JsonSchemaBase<TestRule> {
       Required("onDetection/mainAction", &S::action, rules::kCommonMainActionNames),
       StopProcessingField<S>());
 };
+// clang-format on
 }  // namespace EnterpriseIntegration
 
 namespace {
@@ -44,7 +46,8 @@ bool Load(const std::string& text, TestRule& rule) {
 
 std::vector<std::wstring> Strings(const kel::List<kel::StringW>& list) {
   std::vector<std::wstring> out;
-  for (auto e = kel::EnumPtr<kel::IConstListEnum<kel::StringW>>(list.NewConstEnum()); e->HasCurrent(); e->Advance())
+  for (auto e = kel::EnumPtr<kel::IConstListEnum<kel::StringW>>(list.NewConstEnum());
+       e->HasCurrent(); e->Advance())
     out.push_back(e->Current()->c_str());
   return out;
 }
@@ -63,8 +66,10 @@ TEST(RuleHeader, WithoutProcessIfTheRuleCoversAllTrafficAndEveryone) {
 TEST(RuleHeader, NameIsRequiredAndMalformedOptionalKeysFailButFlagsAreBestEffort) {
   TestRule rule;
   EXPECT_FALSE(Load(R"({"onDetection":{"mainAction":"deliverEmail"}})", rule));
-  EXPECT_FALSE(Load(R"({"name":"r","enabled":"yes","onDetection":{"mainAction":"deliverEmail"}})", rule));
-  EXPECT_FALSE(Load(R"({"name":"r","description":[],"onDetection":{"mainAction":"deliverEmail"}})", rule));
+  EXPECT_FALSE(
+      Load(R"({"name":"r","enabled":"yes","onDetection":{"mainAction":"deliverEmail"}})", rule));
+  EXPECT_FALSE(
+      Load(R"({"name":"r","description":[],"onDetection":{"mainAction":"deliverEmail"}})", rule));
   TestRule loose;
   ASSERT_TRUE(Load(R"({"name":"r","detectionWithoutScan":"x","stopProcessing":"y",
                         "onDetection":{"mainAction":"deliverEmail","stopProcessing":[]}})",
@@ -88,9 +93,11 @@ TEST(RuleHeader, TopLevelStopFlagIsReadAfterTheNestedOneAndSavedNested) {
 TEST(Scope, TrafficIsAFlagSetThatMustNameADirection) {
   TestRule rule;
   ASSERT_TRUE(Load(R"({"name":"r","processIf":{"traffic":["internal","incoming"]},
-                        "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                        "onDetection":{"mainAction":"deliverEmail"}})",
+                   rule));
   EXPECT_EQ(rule.scope.traffic, 5u);
-  ASSERT_TRUE(Load(R"({"name":"r","processIf":{},"onDetection":{"mainAction":"deliverEmail"}})", rule));
+  ASSERT_TRUE(
+      Load(R"({"name":"r","processIf":{},"onDetection":{"mainAction":"deliverEmail"}})", rule));
   EXPECT_EQ(rule.scope.traffic, 7u);
   for (const char* traffic : {"[]", "null", "[\"Incoming\"]", "[\"incoming\",\"sideways\"]", "1"}) {
     EXPECT_FALSE(Load(std::string(R"({"name":"r","processIf":{"traffic":)") + traffic +
@@ -103,15 +110,19 @@ TEST(Scope, TrafficIsAFlagSetThatMustNameADirection) {
 TEST(Condition, ConsiderSkipsUnknownFormsButNeedsAKnownOne) {
   TestRule rule;
   ASSERT_TRUE(Load(R"({"name":"r","processIf":{"sentBy":{"consider":["email","connection"]}},
-                        "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                        "onDetection":{"mainAction":"deliverEmail"}})",
+                   rule));
   EXPECT_EQ(rule.scope.sentBy.consider, 3u);
   ASSERT_TRUE(Load(R"({"name":"r","processIf":{"sentTo":{"consider":["EMAIL","email"]}},
-                        "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                        "onDetection":{"mainAction":"deliverEmail"}})",
+                   rule));
   EXPECT_EQ(rule.scope.sentTo.consider, 2u);
   EXPECT_FALSE(Load(R"({"name":"r","processIf":{"sentTo":{"consider":["EMAIL"]}},
-                         "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                         "onDetection":{"mainAction":"deliverEmail"}})",
+                    rule));
   EXPECT_FALSE(Load(R"({"name":"r","processIf":{"sentTo":{"users":["a"]}},
-                         "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                         "onDetection":{"mainAction":"deliverEmail"}})",
+                    rule));
 }
 
 TEST(Condition, UsersWinOverEmailsAndTheListIsAlwaysSavedAsEmails) {
@@ -119,7 +130,8 @@ TEST(Condition, UsersWinOverEmailsAndTheListIsAlwaysSavedAsEmails) {
   ASSERT_TRUE(Load(R"({"name":"r","processIf":{"sentBy":{"consider":["email"],"emails":["e1","e2"]},
                         "sentTo":{"consider":["email"],"users":["u1"],"emails":["ignored"],
                                   "groups":["g"],"wildcards":["*@x"],"domains":["x.example"]}},
-                        "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                        "onDetection":{"mainAction":"deliverEmail"}})",
+                   rule));
   EXPECT_EQ(Strings(rule.scope.sentBy.users), (std::vector<std::wstring>{L"e1", L"e2"}));
   EXPECT_EQ(Strings(rule.scope.sentTo.users), (std::vector<std::wstring>{L"u1"}));
 
@@ -153,7 +165,8 @@ TEST(Condition, MalformedListsFailTheRuleAndAreLoggedFromTheInside) {
   SinkProbe sink;
   sink.DrainLines();
   EXPECT_FALSE(Load(R"({"name":"r","processIf":{"sentBy":{"consider":["email"],"domains":null}},
-                         "onDetection":{"mainAction":"deliverEmail"}})", rule));
+                         "onDetection":{"mainAction":"deliverEmail"}})",
+                    rule));
   std::vector<std::wstring> failed;
   for (const RecordedLine& line : sink.DrainLines()) failed.push_back(line.message);
   EXPECT_EQ(failed, (std::vector<std::wstring>{L"Failed to load subnode domains",

@@ -9,8 +9,8 @@ using EnterpriseIntegration::JsonNodeRef;
 using EnterpriseIntegration::JsonSerializer;
 using kel::nusdk::Sample::SampleSettings;
 
-Agent::Agent(const wchar_t* agentName) : EnterpriseIntegration::Agent<kel::nusdk::Sample::ISample>(
-                                             agentName, L"SampleTest::Agent") {}
+Agent::Agent(const wchar_t* agentName)
+    : EnterpriseIntegration::Agent<kel::nusdk::Sample::ISample>(agentName, L"SampleTest::Agent") {}
 
 Agent::~Agent() { ReleasePlugin(); }
 
@@ -24,8 +24,7 @@ EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
 
 bool Agent::SetSettings(IPolicyMethod& method) {
   SampleSettings settings;
-  if (!JsonSerializer<SampleSettings>::Load(JsonNodeRef(method.GetInput()), settings))
-    return false;
+  if (!JsonSerializer<SampleSettings>::Load(JsonNodeRef(method.GetInput()), settings)) return false;
   method.SetResult(plugin()->SetSettings(settings));
   return true;
 }

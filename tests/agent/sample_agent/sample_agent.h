@@ -19,6 +19,7 @@ inline constexpr auto kSampleLevelNames = EnumNames({
     {4, "high"},
 });
 
+// clang-format off
 template <>
 struct JsonSchema<kel::nusdk::Sample::SampleSettings>
     : JsonSchemaBase<kel::nusdk::Sample::SampleSettings> {
@@ -32,6 +33,7 @@ struct JsonSchema<kel::nusdk::Sample::SampleSettings>
   // A disabled sample cannot name servers.
   static bool Check(const S& s) { return s.enabled || s.servers.Count() == 0; }
 };
+// clang-format on
 }  // namespace EnterpriseIntegration
 
 namespace SampleTest {

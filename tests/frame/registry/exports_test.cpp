@@ -52,7 +52,8 @@ class ModuleExports : public ::testing::Test {
   }
   IRegistryProbe* CreateProbe(const wchar_t* name) {
     void* out = nullptr;
-    EXPECT_EQ(Create(name, IID_IRegistryProbe, &out), 0u) << "creating " << std::string(name, name + wcslen(name));
+    EXPECT_EQ(Create(name, IID_IRegistryProbe, &out), 0u)
+        << "creating " << std::string(name, name + wcslen(name));
     return static_cast<IRegistryProbe*>(out);
   }
   IRegistryStats* Stats() {

@@ -67,9 +67,10 @@ TEST(InterfaceIdText, TableIdentifiersReadAndWriteInStandardLayout) {
 
 TEST(InterfaceIdText, MalformedTextIsRefusedAndLeavesTheTarget) {
   kel::InterfaceId id{7, 7};
-  for (const wchar_t* bad : {L"", L"{}", L"66551ab3-fca3-bc90-5f42-c5f792e24b5",
-                             L"66551ab3-fca3-bc90-5f42-c5f792e24b511", L"66551ab3xfca3-bc90-5f42-c5f792e24b51",
-                             L"g6551ab3-fca3-bc90-5f42-c5f792e24b51", L"{66551ab3-fca3-bc90-5f42-c5f792e24b51"}) {
+  for (const wchar_t* bad :
+       {L"", L"{}", L"66551ab3-fca3-bc90-5f42-c5f792e24b5",
+        L"66551ab3-fca3-bc90-5f42-c5f792e24b511", L"66551ab3xfca3-bc90-5f42-c5f792e24b51",
+        L"g6551ab3-fca3-bc90-5f42-c5f792e24b51", L"{66551ab3-fca3-bc90-5f42-c5f792e24b51"}) {
     EXPECT_FALSE(kel::InterfaceIdFromText(bad, id)) << std::wstring(bad).size();
   }
   EXPECT_EQ(id.low, 7u);
