@@ -9,15 +9,11 @@
 
 namespace EnterpriseIntegration {
 
-AgentBase::AgentBase(const wchar_t* agentName, const wchar_t* className)
-    : manager_(kManagerComponentName), name_(agentName), className_(className) {}
+AgentBase::AgentBase(const wchar_t* agentName, const wchar_t* className,
+                     const DispatchRules& rules)
+    : manager_(kManagerComponentName), name_(agentName), className_(className), rules_(rules) {}
 
-AgentBase::~AgentBase() {
-  try {
-    UninitSteps();
-  } catch (...) {
-  }
-}
+AgentBase::~AgentBase() { UninitSteps(); }
 
 std::wstring AgentBase::Qualified(const wchar_t* operation) const {
   return className_ + L"::" + operation;
@@ -30,10 +26,27 @@ void* AgentBase::QueryInterface(const kel::InterfaceId* iid) {
   return nullptr;
 }
 
+void AgentBase::Enlist(NotificationRegistration& registration) {
+  registrations_.push_back(&registration);
+}
+
+void AgentBase::Delist(NotificationRegistration& registration) noexcept {
+  registrations_.erase(std::remove(registrations_.begin(), registrations_.end(), &registration),
+                       registrations_.end());
+}
+
 uint32_t AgentBase::InitSteps(IServMain* main) {
+  // Init may be called again: what is held is given back and got afresh, but
+  // a started agent stays registered with the manager.
+  ReleaseHeld();
   kel::ScopeExit rollback([this] { UninitSteps(); });
   IComponentManager* components = main ? main->GetComponentManager() : nullptr;
   if (!manager_.GetPlugin(components)) return kel::result::kComponentMissing;
+  for (DeclaredPlugin& declared : plugins_) {
+    if (!declared.holder->Acquire(components) && declared.need == PluginNeed::kRequired)
+      return kel::result::kComponentMissing;
+  }
+  if (const uint32_t code = OnPluginsAcquired()) return code;
   rollback.Dismiss();
   return kel::result::kSuccess;
 }
@@ -44,9 +57,20 @@ void AgentBase::StopSteps() {
   if (IManager* manager = manager_.get()) manager->UnregisterAgent(this);
 }
 
-void AgentBase::UninitSteps() {
-  StopSteps();
+void AgentBase::ReleaseHeld() noexcept {
+  // Sinks go first: a plug-in must not call into an agent that no longer holds it.
+  for (auto r = registrations_.rbegin(); r != registrations_.rend(); ++r) (*r)->Reset();
   manager_.Release();
+  for (auto p = plugins_.rbegin(); p != plugins_.rend(); ++p) p->holder->Release();
+}
+
+void AgentBase::UninitSteps() noexcept {
+  try {
+    StopSteps();
+  } catch (...) {
+    // A manager that throws on unregistering still gets its component back.
+  }
+  ReleaseHeld();
 }
 
 uint32_t AgentBase::Init(IServMain* main) {
@@ -54,16 +78,14 @@ uint32_t AgentBase::Init(IServMain* main) {
   try {
     return InitSteps(main);
   } catch (...) {
+    UninitSteps();
     return kel::result::kComponentMissing;
   }
 }
 
 void AgentBase::Uninit() {
   TraceScope trace(Qualified(L"Uninit").c_str());
-  try {
-    UninitSteps();
-  } catch (...) {
-  }
+  UninitSteps();
 }
 
 uint32_t AgentBase::Start() {
@@ -114,7 +136,12 @@ void AgentBase::OnAttached() {}
 void AgentBase::OnDetached() {}
 uint32_t AgentBase::GetPendingWork() { return 0; }
 
-bool AgentBase::HasPlugins() const { return manager_.get() != nullptr; }
+bool AgentBase::HasPlugins() const {
+  if (!manager_.get()) return false;
+  return std::all_of(plugins_.begin(), plugins_.end(), [](const DeclaredPlugin& declared) {
+    return declared.need == PluginNeed::kOptional || declared.holder->Held();
+  });
+}
 
 PolicyMethodTable AgentBase::PolicyMethods() const { return {}; }
 
@@ -128,47 +155,62 @@ uint32_t AgentBase::SendEvent(const wchar_t* name, const Json::Value& body, uint
   }
 }
 
+namespace {
+
+void LogIf(const LogMessage& message, const wchar_t* function, const wchar_t* name = nullptr) {
+  if (message.format) logging::Write(message.level, function, message.format, name);
+}
+
+}  // namespace
+
 uint32_t AgentBase::PrecheckPolicyCall(IPolicyMethod* method, const wchar_t* function) const {
-  auto refuse = [function](const wchar_t* message, uint32_t code) {
-    logging::Write(logging::kLevelMissingPrerequisite, function, message);
+  auto refuse = [function](const LogMessage& message, uint32_t code) {
+    LogIf(message, function);
     return code;
   };
-  if (!HasPlugins()) return refuse(L"Don't have one of the two plugins", kel::result::kNotReady);
-  if (!method) return refuse(L"invalid policy parameter", kel::result::kBadArguments);
-  if (!method->GetPolicyId() || !method->GetInput() || !method->GetOutput())
-    return refuse(L"invalid policy data", kel::result::kInvalidData);
+  if (!HasPlugins()) return refuse(rules_.noPlugins, kel::result::kNotReady);
+  if (!method) return refuse(rules_.nullMethod, kel::result::kBadArguments);
+  const uint8_t needs = rules_.requiredAccessors;
+  if (((needs & kNeedsPolicy) && !method->GetPolicyId()) ||
+      ((needs & kNeedsName) && !method->GetMethodName()) ||
+      ((needs & kNeedsInput) && !method->GetInput()) ||
+      ((needs & kNeedsOutput) && !method->GetOutput()))
+    return refuse(rules_.badData, kel::result::kInvalidData);
   return kel::result::kSuccess;
+}
+
+const wchar_t* AgentBase::StripPrefix(const wchar_t* name) const noexcept {
+  // "<agent name>.Name" and "Name" reach the same handler; the prefix counts
+  // only at the very start.
+  const size_t prefixLength = name_.Length();
+  if (rules_.stripPrefix && prefixLength > 0 &&
+      std::wcsncmp(name, name_.c_str(), prefixLength) == 0 && name[prefixLength] == L'.')
+    return name + prefixLength + 1;
+  return name;
 }
 
 void AgentBase::RunPolicyMethod(IPolicyMethod* method) {
   const std::wstring function = Qualified(L"RunPolicyMethod");
   TraceScope trace(function.c_str());
   try {
-    const std::wstring precheck = function + L"::<lambda_1>::operator ()";
+    const std::wstring precheck =
+        rules_.precheckName ? rules_.precheckName : function + L"::<lambda_1>::operator ()";
     if (const uint32_t refused = PrecheckPolicyCall(method, precheck.c_str())) {
       if (method) method->SetResult(refused);
       return;
     }
 
-    // "<agent name>.Name" and "Name" reach the same handler; the prefix counts
-    // only at the very start.
-    const wchar_t* name = method->GetMethodName();
-    if (!name) name = L"";
-    const size_t prefixLength = name_.Length();
-    if (prefixLength > 0 && std::wcsncmp(name, name_.c_str(), prefixLength) == 0 &&
-        name[prefixLength] == L'.')
-      name += prefixLength + 1;
-
-    logging::Write(logging::kLevelTrace, function.c_str(), L"Method name is '%s'", name);
-    const PolicyMethodEntry* entry = PolicyMethods().Find(name);
+    const wchar_t* given = method->GetMethodName();
+    const wchar_t* name = StripPrefix(given ? given : L"");
+    LogIf(rules_.methodName, function.c_str(), name);
+    const PolicyMethodEntry* entry = PolicyMethods().Find(name, rules_.match);
     if (!entry) {
-      logging::Write(logging::kLevelFailure, function.c_str(), L"Function %s not found", name);
+      LogIf(rules_.notFound, function.c_str(), name);
       method->SetResult(kel::result::kInvalidOperation);
       return;
     }
     if (!entry->handler(*this, *method)) {
-      logging::Write(logging::kLevelFailure, function.c_str(), L"%s - input validation failed",
-                     name);
+      LogIf(rules_.validationFailed, function.c_str(), name);
       method->SetResult(kel::result::kBadArguments);
     }
   } catch (...) {

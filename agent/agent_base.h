@@ -1,13 +1,19 @@
 #pragma once
-// The base of every agent: the manager, registration with it, events, the
-// agent's names, and the host-facing slots that most agents leave as they are.
+// The base of every agent: the manager, the plug-ins the agent declares,
+// registration with the manager, events, the agent's names, policy dispatch,
+// and the host-facing slots that most agents leave as they are.
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include <json/value.h>
 
+#include "agent/dispatch_rules.h"
+#include "agent/notification_registration.h"
 #include "agent/policy_method_table.h"
 #include "agent/serv_plugin.h"
+#include "frame/logging/log.h"
 #include "frame/string.h"
 #include "sdk/agent.h"
 #include "sdk/manager.h"
@@ -22,9 +28,10 @@ struct PluginTraits<IManager> {
 
 class AgentBase : public IAgent {
  public:
-  // `agentName` is also the plug-in's component name and the method prefix;
+  // `agentName` is the method prefix and the name reported to the manager;
   // `className` names the agent in traces ("Antispam::Agent").
-  AgentBase(const wchar_t* agentName, const wchar_t* className);
+  AgentBase(const wchar_t* agentName, const wchar_t* className,
+            const DispatchRules& rules = kDefaultDispatchRules);
 
   // Host slots. Each is a wall: nothing thrown leaves it.
   void* QueryInterface(const kel::InterfaceId* iid) override;           // 0
@@ -52,33 +59,72 @@ class AgentBase : public IAgent {
   IManager* manager() const noexcept { return manager_.get(); }
   bool registered() const noexcept { return registered_; }
 
-  // True when everything the policy methods need is held.
+  // True when the manager and every required plug-in are held.
   virtual bool HasPlugins() const;
   virtual ~AgentBase();
 
  protected:
+  // Declares a plug-in that Init gets after the manager, in declaration
+  // order, and that Uninit gives back in reverse. Without a required one Init
+  // fails (5002) and undoes itself; an optional one may stay missing. The
+  // holder belongs to the agent; call from the constructor.
+  template <class T>
+  ServPlugin<T>& DeclarePlugin(const wchar_t* componentName,
+                               PluginNeed need = PluginNeed::kRequired) {
+    auto holder = std::make_unique<ServPlugin<T>>(componentName);
+    ServPlugin<T>& declared = *holder;
+    plugins_.push_back({std::move(holder), need});
+    return declared;
+  }
+
+  // Called once the manager and the plug-ins are held, to register the
+  // agent's notification sinks (NotificationRegistration); a non-zero code
+  // fails Init and undoes it.
+  virtual uint32_t OnPluginsAcquired() { return 0; }
+
   // The steps behind the slots, without trace or wall, for derived agents to
   // compose (Init's rollback runs UninitSteps).
   uint32_t InitSteps(IServMain* main);
-  void UninitSteps();
+  void UninitSteps() noexcept;
   void StopSteps();
 
   // The agent's policy methods; none in the base.
   virtual PolicyMethodTable PolicyMethods() const;
 
   // 0 when a policy call may proceed, else the code to report: 21 without the
-  // plug-ins, 160 for a null method object, 13 when its policy, input or
-  // output is missing. Each refusal is logged at level 4 under `function`.
+  // plug-ins, 160 for a null method object, 13 when an accessor the rules
+  // require is missing. Each refusal is logged under `function`.
   virtual uint32_t PrecheckPolicyCall(IPolicyMethod* method, const wchar_t* function) const;
+
+  const DispatchRules& dispatchRules() const noexcept { return rules_; }
 
   // "<className>::<operation>" for trace scopes.
   std::wstring Qualified(const wchar_t* operation) const;
 
  private:
+  friend class NotificationRegistration;
+  void Enlist(NotificationRegistration& registration);
+  void Delist(NotificationRegistration& registration) noexcept;
+
+  // Gives back sinks, manager and plug-ins without leaving the manager: what
+  // a re-Init does before it gets them afresh.
+  void ReleaseHeld() noexcept;
+  // The handler's name with the agent's prefix taken off, by the rules.
+  const wchar_t* StripPrefix(const wchar_t* name) const noexcept;
+
+  struct DeclaredPlugin {
+    std::unique_ptr<PluginHolder> holder;
+    PluginNeed need;
+  };
+
   ServPlugin<IManager> manager_;
   bool registered_ = false;
   kel::StringW name_;
   std::wstring className_;
+  DispatchRules rules_;
+  std::vector<DeclaredPlugin> plugins_;
+  std::vector<NotificationRegistration*> registrations_;  // not owned
+  logging::LogHandle log_;  // held for the agent's whole life
 };
 
 }  // namespace EnterpriseIntegration

@@ -1,6 +1,7 @@
 #pragma once
 // An agent's policy methods: rows of {name, handler}, looked up by name
-// case-insensitively, first match wins.
+// (ignoring case, or exactly, as the agent's dispatch rules say), first match
+// wins.
 //
 //   const PolicyMethodEntry kMethods[] = {
 //       {L"SetRBLSettings", Handle<&Agent::SetRBLSettings>},
@@ -11,6 +12,7 @@
 // result through the method object; false when the input failed validation.
 #include <cstddef>
 
+#include "agent/dispatch_rules.h"
 #include "sdk/policy_method.h"
 
 namespace EnterpriseIntegration {
@@ -32,8 +34,9 @@ struct PolicyMethodTable {
   template <size_t N>
   PolicyMethodTable(const PolicyMethodEntry (&table)[N]) : rows(table), count(N) {}  // NOLINT
 
-  // The first row whose name equals `name` ignoring case, or null.
-  const PolicyMethodEntry* Find(const wchar_t* name) const;
+  // The first row whose name equals `name` by `match`, or null.
+  const PolicyMethodEntry* Find(const wchar_t* name,
+                                NameMatch match = NameMatch::kIgnoringCase) const;
 };
 
 namespace detail {

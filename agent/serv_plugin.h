@@ -14,6 +14,20 @@ namespace EnterpriseIntegration {
 template <class T>
 struct PluginTraits;
 
+// Whether an agent's Init fails without a plug-in it declares.
+enum class PluginNeed : uint8_t { kRequired, kOptional };
+
+// The type-free face of a holder, through which an agent gets and gives back
+// all its declared plug-ins in order.
+class PluginHolder {
+ public:
+  // True when the component was obtained; a refusal is logged.
+  virtual bool Acquire(IComponentManager* manager) = 0;
+  virtual void Release() noexcept = 0;
+  virtual bool Held() const noexcept = 0;
+  virtual ~PluginHolder() = default;
+};
+
 namespace detail {
 // The two log lines of GetPlugin, outside the template.
 void LogNullComponentManager(const wchar_t* typeName);
@@ -21,7 +35,7 @@ void LogGetPluginError(const wchar_t* typeName, uint32_t code, const wchar_t* co
 }  // namespace detail
 
 template <class T>
-class ServPlugin {
+class ServPlugin final : public PluginHolder {
  public:
   explicit ServPlugin(const wchar_t* componentName) : name_(componentName) {}
   ~ServPlugin() { Release(); }
@@ -49,8 +63,10 @@ class ServPlugin {
     return plugin_;
   }
 
+  bool Acquire(IComponentManager* manager) override { return GetPlugin(manager) != nullptr; }
+
   // Gives the component back through the manager it came from.
-  void Release() noexcept {
+  void Release() noexcept override {
     if (!plugin_) return;
     IComponentManager* manager = manager_;
     manager_ = nullptr;
@@ -61,6 +77,7 @@ class ServPlugin {
     }
   }
 
+  bool Held() const noexcept override { return plugin_ != nullptr; }
   T* get() const noexcept { return plugin_; }
   T* operator->() const noexcept { return plugin_; }
   explicit operator bool() const noexcept { return plugin_ != nullptr; }

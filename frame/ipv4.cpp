@@ -1,5 +1,7 @@
 #include "frame/ipv4.h"
 
+#include <algorithm>
+#include <cwchar>
 #include <string>
 
 #include "frame/number_text.h"
@@ -50,19 +52,27 @@ StringW IPv4::ToString() const {
 
 bool IPv4::Parse(const wchar_t* text, IPv4& out) {
   if (text == nullptr) return false;
+  const wchar_t* slash = std::wcschr(text, L'/');
+  const wchar_t* addressEnd = slash ? slash : text + std::wcslen(text);
+
   uint32_t address = 0;
-  for (int octet = 0; octet < 4; ++octet) {
-    if (octet != 0 && *text++ != L'.') return false;
+  int octet = 0;
+  for (const wchar_t* piece = text;; ++octet) {
+    const wchar_t* dot = std::find(piece, addressEnd, L'.');
     uint32_t value;
-    if (!ReadNumber(text, 3, value)) return false;
+    if (octet >= 4 || !kel::ParseSmallNumber(std::wstring(piece, dot), value)) return false;
     address |= value << (8 * octet);
+    if (dot == addressEnd) break;
+    piece = dot + 1;
   }
+  if (octet != 3) return false;
+
   uint32_t prefix = 0;
-  if (*text == L'/') {
-    ++text;
-    if (!ReadNumber(text, 2, prefix) || prefix == 0 || prefix > 32) return false;
+  if (slash) {
+    const wchar_t* digits = slash + 1;
+    if (!ReadNumber(digits, 2, prefix) || prefix == 0 || prefix > 32 || *digits != L'\0')
+      return false;
   }
-  if (*text != L'\0') return false;
   out.address = address;
   out.prefix = prefix;
   return true;

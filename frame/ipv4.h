@@ -1,12 +1,13 @@
 #pragma once
 // An IPv4 address as the plug-ins keep it, with its dotted text form.
 //
-// Accepted text, and nothing else:
-//   - exactly four groups separated by ".";
-//   - each group 1 to 3 decimal digits (no blanks, signs or other characters),
-//     with a value below 256; leading zeros are allowed ("010" is 10);
-//   - optionally "/" and 1 or 2 decimal digits with a value from 1 to 32;
-//   - nothing after the last group or the prefix.
+// Accepted text:
+//   - exactly four groups separated by ".", before the first "/";
+//   - each group read by the small-number parser (number_text.h: the rules of
+//     std::stoi, so leading blanks and a "+" are taken and trailing text is
+//     ignored), with a value below 256;
+//   - optionally "/" and 1 or 2 decimal digits with a value from 1 to 32, and
+//     nothing after them.
 // A prefix of 0 in the structure means "no prefix", so "/0" is rejected, as are
 // "/" with nothing after it and "/33". A rejected text leaves the output as it
 // was.

@@ -18,10 +18,15 @@
 //   action                      "data"                        "extraData"
 //   tagSubject                  string, required              string, best effort
 //   addHeader                   string, required              string, required
-//   saveToFolder, bccTo         string, required              -
+//   saveToFolder, bccTo         string, required              - (optional string
+//                                                             where every item
+//                                                             carries it)
 //   addSCLHeader                -                             -
 //   notifyInternalRecipients    {"sender","receivers"}        -
 //   notifyRecipients            [string]                      -
+//
+// A filter whose items all carry "extraData" (domain check) says so with
+// kExtraDataOnEveryItem, and "saveToFolder" and "bccTo" then keep theirs.
 //
 // The record S has members `action` (32-bit code or enum), `data` and
 // `extraData` (kel::StringW), and, when the table names a notification,
@@ -77,7 +82,7 @@ struct JsonSchema<kel::nusdk::MailServers::MainAction>
 };
 // clang-format on
 
-template <class S, const auto& kNames>
+template <class S, const auto& kNames, bool kExtraDataOnEveryItem = false>
 struct SecondaryActionSchema : JsonSchemaBase<S> {
  private:
   using B = JsonSchemaBase<S>;
@@ -109,13 +114,22 @@ struct SecondaryActionSchema : JsonSchemaBase<S> {
         B::Required(k::kExtraData, &S::extraData,  For<kAddHeader>()),
         B::Required(k::kData,      &S::data,       For<kSaveToFolder>()),
         B::Required(k::kData,      &S::data,       For<kBccTo>()));
+    constexpr auto kExtra = [] {
+      if constexpr (kExtraDataOnEveryItem) {
+        return B::Fields(
+        B::Optional(k::kExtraData, &S::extraData,  For<kSaveToFolder>()),
+        B::Optional(k::kExtraData, &S::extraData,  For<kBccTo>()));
+      } else {
+        return std::tuple<>();
+      }
+    }();
     // "addSCLHeader" has no keys beyond "action".
     if constexpr (kHasNotifications) {
-      return std::tuple_cat(kText, B::Fields(
+      return std::tuple_cat(kText, kExtra, B::Fields(
         B::Required(k::kData,      &S::notify,     For<kNotifyInternalRecipients>()),
         B::Required(k::kData,      &S::recipients, For<kNotifyRecipients>())));
     } else {
-      return kText;
+      return std::tuple_cat(kText, kExtra);
     }
   }
   // clang-format on

@@ -3,7 +3,10 @@
 #include <string>
 
 #include "agent/json/json_serializer.h"
+#include "agent/keyword_entries.h"
+#include "agent/policy_answer.h"
 #include "agent/result_codes.h"
+#include "agent/rule_set_methods.h"
 #include "transport/antispam/antispam_schema.h"
 #include "transport/antivirus/antivirus_schema.h"
 #include "transport/attachment/attachment_schema.h"
@@ -12,11 +15,11 @@
 
 namespace Transport {
 
+using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::Handle;
-using EnterpriseIntegration::JsonComposedSerializer;
-using EnterpriseIntegration::JsonNodeRef;
-using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::LoadInput;
 using EnterpriseIntegration::ServPlugin;
+constexpr auto kOptional = EnterpriseIntegration::PluginNeed::kOptional;
 namespace result = kel::result;
 namespace json_keys = EnterpriseIntegration::json_keys;
 
@@ -31,23 +34,17 @@ constexpr uint32_t kConfigurationChanged = 1;
 // Plug-in answers that mean the transport service cannot work.
 bool MarksNotFunctioning(uint32_t code) { return code == 1229 || code == 2250; }
 
-// The output of a getter must be an object, or nothing yet, to take keys at its root.
-bool WritableRoot(const Json::Value& output) { return output.isNull() || output.isObject(); }
-
 }  // namespace
 
 Agent::Agent(const wchar_t* agentName)
     : EnterpriseIntegration::Agent<ms::Transport::ITransport>(agentName, L"Transport::Agent"),
-      antivirus_(ms::Antivirus::kComponentName),
-      antispam_(ms::Antispam::kComponentName),
-      attachment_(ms::Attachment::kComponentName),
-      content_(ms::Content::kComponentName),
-      domainCheck_(ms::DomainCheck::kComponentName) {}
-
-Agent::~Agent() {
-  ReleaseFilters();
-  ReleasePlugin();
-}
+      antivirus_(DeclarePlugin<ms::Antivirus::IAntivirus>(ms::Antivirus::kComponentName, kOptional)),
+      antispam_(DeclarePlugin<ms::Antispam::IAntispam>(ms::Antispam::kComponentName, kOptional)),
+      attachment_(
+          DeclarePlugin<ms::Attachment::IAttachment>(ms::Attachment::kComponentName, kOptional)),
+      content_(DeclarePlugin<ms::Content::IContent>(ms::Content::kComponentName, kOptional)),
+      domainCheck_(DeclarePlugin<ms::DomainCheck::IDomainCheck>(ms::DomainCheck::kComponentName,
+                                                                kOptional)) {}
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
@@ -69,37 +66,8 @@ EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   return kMethods;
 }
 
-uint32_t Agent::Init(IServMain* main) {
-  ReleaseFilters();
-  const uint32_t code = EnterpriseIntegration::Agent<ms::Transport::ITransport>::Init(main);
-  if (code != result::kSuccess) return code;
-  try {
-    IComponentManager* components = main->GetComponentManager();
-    antivirus_.GetPlugin(components);
-    antispam_.GetPlugin(components);
-    attachment_.GetPlugin(components);
-    content_.GetPlugin(components);
-    domainCheck_.GetPlugin(components);
-  } catch (...) {
-    ReleaseFilters();
-  }
-  return result::kSuccess;
-}
-
-void Agent::Uninit() {
-  ReleaseFilters();
-  EnterpriseIntegration::Agent<ms::Transport::ITransport>::Uninit();
-}
-
-void Agent::ReleaseFilters() {
-  antivirus_.Release();
-  antispam_.Release();
-  attachment_.Release();
-  content_.Release();
-  domainCheck_.Release();
-}
-
 bool Agent::IsFunctioning() {
+  TraceScope trace(Qualified(L"IsFunctioning").c_str());
   try {
     ms::Transport::ITransport* transport = plugin();
     if (!transport) return false;
@@ -120,6 +88,7 @@ void Agent::ReportFeature(ServPlugin<Plugin>& filter, const wchar_t* feature,
 }
 
 uint32_t Agent::ReportFeatureStates(IFeatureStateSink* sink) {
+  TraceScope trace(Qualified(L"ReportFeatureStates").c_str());
   if (!sink) return result::kBadArguments;
   try {
     // Domain check is not a reported feature.
@@ -140,20 +109,17 @@ uint32_t Agent::ReportFeatureStates(IFeatureStateSink* sink) {
 bool Agent::GetDenyMessage(IPolicyMethod& method) {
   kel::StringW message;
   const uint32_t code = plugin()->GetDenyMessage(message);
-  method.SetResult(code);
-  if (code == result::kSuccess)
-    JsonSerializer<kel::StringW>::Save((*method.GetOutput())[json_keys::kMessage], message);
+  AnswerAt(method, code, json_keys::kMessage, message);
   return true;
 }
 
 // Three parts in, one string to the plug-in: "code enhancedCode text". It is
 // read back as that one string, never split again.
 bool Agent::SetDenyMessage(IPolicyMethod& method) {
-  const JsonNodeRef input(method.GetInput());
   kel::StringW code, enhancedCode, text;
-  if (!JsonComposedSerializer::Load(input, json_keys::kMessageCode, code) ||
-      !JsonComposedSerializer::Load(input, json_keys::kMessageEnhancedCode, enhancedCode) ||
-      !JsonComposedSerializer::Load(input, json_keys::kMessageText, text))
+  if (!LoadInput(method, json_keys::kMessageCode, code) ||
+      !LoadInput(method, json_keys::kMessageEnhancedCode, enhancedCode) ||
+      !LoadInput(method, json_keys::kMessageText, text))
     return false;
   kel::StringW message(code);
   message += L" ";
@@ -166,20 +132,10 @@ bool Agent::SetDenyMessage(IPolicyMethod& method) {
 
 bool Agent::SetExclusionKeys(IPolicyMethod& method) {
   kel::List<kel::StringW> entries;
-  if (!JsonComposedSerializer::Load(JsonNodeRef(method.GetInput()), json_keys::kKeys, entries))
-    return false;
+  if (!LoadInput(method, json_keys::kKeys, entries)) return false;
   ms::Transport::ExclusionKeys keys;
-  for (auto e = kel::EnumPtr<kel::IConstListEnum<kel::StringW>>(entries.NewConstEnum());
-       e->HasCurrent(); e->Advance()) {
-    const kel::StringW& entry = *e->Current();
-    // Exact matches only: "<LOCAL>" is an ordinary key.
-    if (entry == kLocalKey)
-      keys.local = 1;
-    else if (entry == kDomainKey)
-      keys.domain = 1;
-    else
-      keys.keys.AddBack(entry);
-  }
+  EnterpriseIntegration::SplitKeywords(
+      entries, {{kLocalKey, &keys.local}, {kDomainKey, &keys.domain}}, keys.keys);
   method.SetResult(plugin()->SetExclusionKeys(keys));
   return true;
 }
@@ -187,43 +143,29 @@ bool Agent::SetExclusionKeys(IPolicyMethod& method) {
 bool Agent::GetExclusionKeys(IPolicyMethod& method) {
   ms::Transport::ExclusionKeys keys;
   const uint32_t code = plugin()->GetExclusionKeys(keys);
-  method.SetResult(code);
-  if (code != result::kSuccess) return true;
-  if (keys.local) keys.keys.AddBack(kLocalKey);
-  if (keys.domain) keys.keys.AddBack(kDomainKey);
-  JsonSerializer<kel::List<kel::StringW>>::Save((*method.GetOutput())[json_keys::kKeys], keys.keys);
+  EnterpriseIntegration::AppendKeywords(
+      keys.keys, {{kLocalKey, keys.local != 0}, {kDomainKey, keys.domain != 0}});
+  AnswerAt(method, code, json_keys::kKeys, keys.keys);
   return true;
 }
 
 template <class Plugin, class RuleSet>
 bool Agent::SetRules(ServPlugin<Plugin>& filter, IPolicyMethod& method) {
   if (!filter) return false;
-  RuleSet rules;
-  if (!JsonSerializer<RuleSet>::Load(JsonNodeRef(method.GetInput()), rules)) return false;
-  method.SetResult(filter->SetRules(rules));
-  // Whatever the plug-in answered: the manager re-reads what is in force.
-  if (EnterpriseIntegration::IManager* manager = this->manager())
-    manager->NotifyConfigurationChanged(kConfigurationChanged);
-  return true;
+  return EnterpriseIntegration::SetRuleSet<RuleSet>(
+      method, [&filter](const RuleSet& rules) { return filter->SetRules(rules); },
+      // Whatever the plug-in answered: the manager re-reads what is in force.
+      [this](uint32_t) {
+        if (EnterpriseIntegration::IManager* manager = this->manager())
+          manager->NotifyConfigurationChanged(kConfigurationChanged);
+      });
 }
 
 template <class Plugin, class RuleSet>
 bool Agent::GetRules(ServPlugin<Plugin>& filter, IPolicyMethod& method) {
   if (!filter) return false;
-  RuleSet rules;
-  const uint32_t code = filter->GetRules(rules);
-  method.SetResult(code);
-  if (code != result::kSuccess) return true;
-  Json::Value& output = *method.GetOutput();
-  Json::Value document;
-  if (!WritableRoot(output) || !JsonSerializer<RuleSet>::Save(document, rules)) {
-    method.SetResult(result::kInternalError);
-    output = Json::Value();
-    return true;
-  }
-  for (const char* key : {json_keys::kEnabled, json_keys::kRules})
-    output[key] = std::move(document[key]);
-  return true;
+  return EnterpriseIntegration::GetRuleSet<RuleSet>(
+      method, [&filter](RuleSet& rules) { return filter->GetRules(rules); });
 }
 
 bool Agent::SetAntispamRules(IPolicyMethod& m) {

@@ -30,10 +30,6 @@ class Agent final : public EnterpriseIntegration::Agent<ms::Transport::ITranspor
  public:
   explicit Agent(const wchar_t* agentName);
 
-  // The filter plug-ins are optional: Init succeeds without them, and their
-  // methods then answer 160.
-  uint32_t Init(IServMain* main) override;
-  void Uninit() override;
   uint32_t ReportFeatureStates(IFeatureStateSink* sink) override;
   // Probes the transport plug-in; 1229 and 2250 mean not functioning. Without
   // the plug-in there is nothing to probe, and the agent is not functioning.
@@ -55,15 +51,12 @@ class Agent final : public EnterpriseIntegration::Agent<ms::Transport::ITranspor
   bool SetDomainCheckRules(IPolicyMethod& method);
   bool GetDomainCheckRules(IPolicyMethod& method);
 
-  ~Agent() override;
 
  private:
-  void ReleaseFilters();
-
   // Every set-rules method: load the whole input, set, tell the manager.
   template <class Plugin, class RuleSet>
   bool SetRules(EnterpriseIntegration::ServPlugin<Plugin>& filter, IPolicyMethod& method);
-  // Every get-rules method: get, and write "enabled" and "rules" on success.
+  // Every get-rules method: get, and answer "enabled" and "rules".
   template <class Plugin, class RuleSet>
   bool GetRules(EnterpriseIntegration::ServPlugin<Plugin>& filter, IPolicyMethod& method);
   // One feature of the feature-state report; skipped without its plug-in.
@@ -71,11 +64,13 @@ class Agent final : public EnterpriseIntegration::Agent<ms::Transport::ITranspor
   void ReportFeature(EnterpriseIntegration::ServPlugin<Plugin>& filter, const wchar_t* feature,
                      IFeatureStateSink& sink);
 
-  EnterpriseIntegration::ServPlugin<ms::Antivirus::IAntivirus> antivirus_;
-  EnterpriseIntegration::ServPlugin<ms::Antispam::IAntispam> antispam_;
-  EnterpriseIntegration::ServPlugin<ms::Attachment::IAttachment> attachment_;
-  EnterpriseIntegration::ServPlugin<ms::Content::IContent> content_;
-  EnterpriseIntegration::ServPlugin<ms::DomainCheck::IDomainCheck> domainCheck_;
+  // The filter plug-ins are optional: Init succeeds without them, and their
+  // methods then answer 160.
+  EnterpriseIntegration::ServPlugin<ms::Antivirus::IAntivirus>& antivirus_;
+  EnterpriseIntegration::ServPlugin<ms::Antispam::IAntispam>& antispam_;
+  EnterpriseIntegration::ServPlugin<ms::Attachment::IAttachment>& attachment_;
+  EnterpriseIntegration::ServPlugin<ms::Content::IContent>& content_;
+  EnterpriseIntegration::ServPlugin<ms::DomainCheck::IDomainCheck>& domainCheck_;
 };
 
 }  // namespace Transport

@@ -38,8 +38,10 @@ bool LoadFlagsValue(const Json::Value& value, const NameTableView& table, uint32
   Json::ArrayIndex held = 0;
   for (const Json::Value& item : value) {
     ++held;
+    // Only a name can be unknown: anything else in the list is malformed.
     std::string_view name;
-    const EnumName* row = detail::StringViewOf(item, name) ? table.FindName(name) : nullptr;
+    if (!detail::StringViewOf(item, name)) return false;
+    const EnumName* row = table.FindName(name);
     if (row == nullptr) {
       if (table.skip_unknown) continue;
       return false;
@@ -47,8 +49,8 @@ bool LoadFlagsValue(const Json::Value& value, const NameTableView& table, uint32
     flags |= row->code;
   }
   // An array built with gaps holds fewer elements than its size: the gaps
-  // read as null, which names no flag.
-  if (held != value.size() && !table.skip_unknown) return false;
+  // read as null, which is no name.
+  if (held != value.size()) return false;
   // An empty set says nothing the reader could act on: it is refused.
   if (flags == 0) return false;
   out = flags;

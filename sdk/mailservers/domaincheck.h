@@ -19,8 +19,8 @@ struct IDomainCheckFilterRule {
     enum Action : uint32_t {
       kTagSubject = 0,    // data: the tag; extraData: optional
       kAddHeader = 1,     // data: header name; extraData: its value
-      kSaveToFolder = 2,  // data: the folder
-      kBccTo = 3,         // data: the address
+      kSaveToFolder = 2,  // data: the folder; extraData: optional
+      kBccTo = 3,         // data: the address; extraData: optional
     };
 
     Action action = kTagSubject;

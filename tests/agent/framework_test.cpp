@@ -2,6 +2,7 @@
 // rollback, registration, events and policy-method dispatch.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <stdexcept>
 #include <vector>
 
@@ -19,19 +20,34 @@ using kel::test::FakeManager;
 using kel::test::FakePolicyMethod;
 using kel::test::FakeServMain;
 
-// A plug-in that is only ever held, never called.
+// A plug-in that is held and takes sinks, and is never otherwise called.
 class InertPlugin : public ISample {
  public:
   void* QueryInterface(const kel::InterfaceId*) override { return this; }
   uint32_t SetSettings(const kel::nusdk::Sample::SampleSettings&) override { return 0; }
   uint32_t GetSettings(kel::nusdk::Sample::SampleSettings&) override { return 0; }
-  uint32_t Advise(kel::nusdk::Sample::ISampleNotifications*) override { return 0; }
-  uint32_t Unadvise(kel::nusdk::Sample::ISampleNotifications*) override { return 0; }
+  uint32_t Advise(kel::nusdk::Sample::ISampleNotifications* sink) override {
+    if (adviseCode == 0) sinks.insert(sink);
+    return adviseCode;
+  }
+  uint32_t Unadvise(kel::nusdk::Sample::ISampleNotifications* sink) override {
+    sinks.erase(sink);
+    return 0;
+  }
+  std::set<kel::nusdk::Sample::ISampleNotifications*> sinks;
+  uint32_t adviseCode = 0;
 };
 
-class ProbeAgent final : public EnterpriseIntegration::Agent<ISample> {
+class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
+                         private kel::nusdk::Sample::ISampleNotifications {
  public:
   ProbeAgent() : Agent(L"Test.Probe", L"Probe::Agent") {}
+
+  uint32_t OnPluginsAcquired() override {
+    return advice_.Register(plugin(), &ISample::Advise, &ISample::Unadvise,
+                            static_cast<kel::nusdk::Sample::ISampleNotifications*>(this));
+  }
+  uint32_t OnSettingsChanged(const kel::nusdk::Sample::SampleSettings&) override { return 0; }
 
   bool Echo(IPolicyMethod& method) {
     *method.GetOutput() = *method.GetInput();
@@ -57,6 +73,7 @@ class ProbeAgent final : public EnterpriseIntegration::Agent<ISample> {
       {L"Throw", EnterpriseIntegration::Handle<&ProbeAgent::Throw>},
       {L"echo", EnterpriseIntegration::Handle<&ProbeAgent::Reject>},  // shadowed: first match wins
   };
+  EnterpriseIntegration::NotificationRegistration advice_{*this};
 };
 
 class AgentFramework : public ::testing::Test {
@@ -143,14 +160,39 @@ TEST_F(AgentFramework, LifecycleRegistersOnStartAndReleasesEverythingOnUninit) {
   EXPECT_EQ(agent_.Start(), 21u) << "nothing to register with";
 }
 
-TEST_F(AgentFramework, ReinitGivesBackWhatItHoldsBeforeGettingItAgain) {
+// A re-Init gets everything afresh but leaves a started agent registered and
+// its sinks in force; only a failed Init undoes everything.
+TEST_F(AgentFramework, ReinitGetsEverythingAfreshAndKeepsAStartedAgentRegistered) {
   ASSERT_EQ(agent_.Init(&main_), 0u);
+  ASSERT_EQ(agent_.Start(), 0u);
   ASSERT_EQ(agent_.Init(&main_), 0u);
   EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 1);
   EXPECT_EQ(components_.held[L"Test.Probe"], 1);
+  EXPECT_EQ(components_.releases, (std::vector<std::wstring>{L"EndpointIntegration.Manager",
+                                                             L"Test.Probe"}));
+  EXPECT_TRUE(agent_.registered());
+  EXPECT_EQ(manager_.unregisterCalls, 0);
+  EXPECT_EQ(plugin_.sinks.size(), 1u);
+
   components_.Refuse(L"Test.Probe", 5);
   EXPECT_EQ(agent_.Init(&main_), 5002u);
   EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+  EXPECT_FALSE(agent_.registered());
+  EXPECT_TRUE(plugin_.sinks.empty());
+}
+
+TEST_F(AgentFramework, ARefusedSinkFailsInitAndASinkGoesWithTheAgent) {
+  plugin_.adviseCode = 87;
+  EXPECT_EQ(agent_.Init(&main_), 87u);
+  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
+  plugin_.adviseCode = 0;
+  {
+    ProbeAgent other;
+    ASSERT_EQ(other.Init(&main_), 0u);
+    EXPECT_EQ(plugin_.sinks.size(), 1u);
+  }
+  EXPECT_TRUE(plugin_.sinks.empty()) << "the registration gives itself back";
   EXPECT_EQ(components_.held[L"Test.Probe"], 0);
 }
 

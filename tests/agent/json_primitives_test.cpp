@@ -241,12 +241,31 @@ TEST(JsonListTest, AnArrayWithGapsReadsTheGapsAsNull) {
   kel::List<uint32_t> list;
   EXPECT_FALSE(LoadAt(&doc, "list", list));
   EXPECT_EQ(list.Count(), 2u);  // the first element, then the gap that failed
-  // In a flag set a gap names no flag.
-  doc["flags"][0] = "outgoing";
-  doc["flags"][2] = "incoming";
+}
+
+// A set that passes over unknown names still refuses what is not a name at all:
+// a gap, a number, an object.
+TEST(JsonListTest, AFlagSetRefusesElementsThatAreNotNamesEvenWhenSkippingUnknownOnes) {
+  const uint32_t kUntouched = 99;
+  Json::Value doc(Json::objectValue);
+  doc["gap"][0] = "outgoing";
+  doc["gap"][2] = "incoming";
+  for (const char* text : {R"(["outgoing", 2])", R"(["outgoing", {}])", R"([null, "incoming"])"})
+    doc["other"].append(json_test::Parse(text));
+  for (const bool skipping : {false, true}) {
+    const auto table = skipping ? kTraffic.SkippingUnknownNames() : kTraffic;
+    uint32_t flags = kUntouched;
+    EXPECT_FALSE(LoadAt(&doc, "gap", flags, table)) << skipping;
+    for (Json::ArrayIndex i = 0; i < doc["other"].size(); ++i) {
+      const std::string path = "other[" + std::to_string(i) + "]";
+      EXPECT_FALSE(LoadAt(&doc, path.c_str(), flags, table)) << path << " " << skipping;
+    }
+    EXPECT_EQ(flags, kUntouched);
+  }
+  doc["known"] = json_test::Parse(R"(["outgoing", "nobody", "incoming"])");
   uint32_t flags = 0;
-  EXPECT_FALSE(LoadAt(&doc, "flags", flags, kTraffic));
-  ASSERT_TRUE(LoadAt(&doc, "flags", flags, kTraffic.SkippingUnknownNames()));
+  EXPECT_FALSE(LoadAt(&doc, "known", flags, kTraffic));
+  ASSERT_TRUE(LoadAt(&doc, "known", flags, kTraffic.SkippingUnknownNames()));
   EXPECT_EQ(flags, 3u);
 }
 

@@ -93,8 +93,8 @@ const char kRuleSetText[] = R"({"enabled": true, "rules": [{
     "mainAction": {"action": "redirectEmail", "address": "security@example.com"},
     "secondaryActions": [{"action": "tagSubject", "data": "[SPOOF]"},
                          {"action": "addHeader", "data": "X-Spoof", "extraData": "1"},
-                         {"action": "saveToFolder", "data": "Suspicious"},
-                         {"action": "bccTo", "data": "audit@example.com"}],
+                         {"action": "saveToFolder", "data": "Suspicious", "extraData": "30d"},
+                         {"action": "bccTo", "data": "audit@example.com", "extraData": "cc"}],
     "stopProcessing": false}}]})";
 
 const char kRuleSetDescription[] =
@@ -104,8 +104,8 @@ const char kRuleSetDescription[] =
     "{consider 0 users [] groups [] wildcards [] domains []} stopProcessing 0 senders "
     "[167903424/0,6566854/24,10/8,] checkAuthenticated 1 main {action 1 data "
     "\"security@example.com\"} secondary [{action 0 data \"[SPOOF]\" extra \"\"},{action 1 data "
-    "\"X-Spoof\" extra \"1\"},{action 2 data \"Suspicious\" extra \"\"},{action 3 data "
-    "\"audit@example.com\" extra \"\"},]\n";
+    "\"X-Spoof\" extra \"1\"},{action 2 data \"Suspicious\" extra \"30d\"},{action 3 data "
+    "\"audit@example.com\" extra \"cc\"},]\n";
 
 class DomainCheckRuleSetTest : public rule_test::RuleSetTest<dc::RuleSet, kRuleSetText> {};
 

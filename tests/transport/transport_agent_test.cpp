@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/agent/fakes.h"
+#include "tests/support/log_sink_probe.h"
 #include "transport/content/content_schema.h"
 #include "transport/transport_agent.h"
 
@@ -96,6 +97,23 @@ TEST_F(TransportAgent, InitsWithoutFilterPluginsWhoseMethodsThenRefuseInput) {
   } features;
   EXPECT_EQ(agent_.ReportFeatureStates(&features), 0u);
   EXPECT_EQ(features.count, 0) << "features without a plug-in are skipped";
+}
+
+// The five filter look-ups belong to Init: their refusals are logged inside
+// its trace scope, not after it.
+TEST_F(TransportAgent, FilterLookUpsAreTracedInsideInit) {
+  SinkProbe sink;
+  sink.DrainLines();
+  ASSERT_EQ(agent_.Init(&main_), 0u);
+  std::vector<std::wstring> seen;
+  for (const RecordedLine& line : sink.DrainLines()) {
+    if (line.depth_change != 0)
+      seen.push_back(line.message.substr(0, 2));
+    else if (line.message.find(L"getting plugin") != std::wstring::npos)
+      seen.push_back(L"error");
+  }
+  EXPECT_EQ(seen, (std::vector<std::wstring>{L"->", L"error", L"error", L"error", L"error",
+                                             L"error", L"<-"}));
 }
 
 TEST_F(TransportAgent, AnOutputThatCannotTakeKeysIsClearedAndAnswers1359) {

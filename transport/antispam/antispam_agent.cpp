@@ -1,15 +1,14 @@
 #include "transport/antispam/antispam_agent.h"
 
-#include "agent/json/json_serializer.h"
-#include "agent/result_codes.h"
+#include "agent/policy_answer.h"
 #include "frame/logging/trace_scope.h"
 #include "transport/antispam/antispam_schema.h"
 
 namespace Antispam {
 
+using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::Handle;
-using EnterpriseIntegration::JsonNodeRef;
-using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::LoadInput;
 using RBLSettings = kel::nusdk::MailServers::Antispam::IAntispam::RBLSettings;
 
 Agent::Agent(const wchar_t* agentName)
@@ -27,7 +26,7 @@ EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
 bool Agent::SetRBLSettings(IPolicyMethod& method) {
   TraceScope trace(Qualified(L"SetRBLSettings").c_str());
   RBLSettings settings;
-  if (!JsonSerializer<RBLSettings>::Load(JsonNodeRef(method.GetInput()), settings)) return false;
+  if (!LoadInput(method, settings)) return false;
   method.SetResult(plugin()->SetRBLSettings(settings));
   return true;
 }
@@ -37,18 +36,7 @@ bool Agent::GetRBLSettings(IPolicyMethod& method) {
   TraceScope trace(Qualified(L"GetRBLSettings").c_str());
   // A plug-in that leaves a field alone answers the default for it.
   RBLSettings settings;
-  const uint32_t code = plugin()->GetRBLSettings(settings);
-  if (code != kel::result::kSuccess) {
-    method.SetResult(code);
-    return true;
-  }
-  Json::Value* output = method.GetOutput();
-  if (!JsonSerializer<RBLSettings>::Save(*output, settings)) {
-    *output = Json::Value();
-    method.SetResult(kel::result::kInternalError);
-    return true;
-  }
-  method.SetResult(code);
+  Answer(method, plugin()->GetRBLSettings(settings), settings);
   return true;
 }
 

@@ -1,36 +1,22 @@
 #include "transport/antivirus/antivirus_agent.h"
 
+#include "agent/policy_answer.h"
 #include "transport/antivirus/antivirus_schema.h"
 
 namespace Antivirus {
 
+// Every handler has one shape: the whole input loads or the handler answers
+// false (reported as 160) without calling the plug-in; otherwise the plug-in's
+// code is the result, and only a 0 writes the output.
+using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::Handle;
-using EnterpriseIntegration::JsonNodeRef;
-using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::LoadInput;
 using EnterpriseIntegration::antivirus::FooterSetting;
 using EnterpriseIntegration::antivirus::FooterState;
 using EnterpriseIntegration::antivirus::FooterSwitch;
 using EnterpriseIntegration::antivirus::FooterText;
 using kel::nusdk::MailServers::Antivirus::ReplacementTexts;
 
-namespace {
-
-// Every handler has one shape: the whole input loads or the handler answers
-// false (reported as 160) without calling the plug-in; otherwise the plug-in's
-// code is the result, and only a 0 writes the output.
-template <class Request>
-bool LoadInput(IPolicyMethod& method, Request& request) {
-  return JsonSerializer<Request>::Load(JsonNodeRef(method.GetInput()), request);
-}
-
-template <class Result>
-void Answer(IPolicyMethod& method, uint32_t code, const Result& answer) {
-  method.SetResult(code);
-  if (code != kel::result::kSuccess) return;
-  if (Json::Value* output = method.GetOutput()) JsonSerializer<Result>::Save(*output, answer);
-}
-
-}  // namespace
 
 Agent::Agent(const wchar_t* agentName)
     : EnterpriseIntegration::Agent<kel::nusdk::MailServers::Antivirus::IAntivirus>(

@@ -1,30 +1,16 @@
 #include "transport/connection/connection_agent.h"
 
-#include "agent/json/json_serializer.h"
+#include "agent/policy_answer.h"
 #include "transport/connection/connection_schema.h"
 
 namespace ConnectionFilter {
 namespace {
 
+using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::Handle;
-using EnterpriseIntegration::JsonComposedSerializer;
-using EnterpriseIntegration::JsonNodeRef;
-using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::LoadInput;
 using kel::nusdk::MailServers::Connection::SenderBlackList;
 namespace json_keys = EnterpriseIntegration::json_keys;
-
-// Reports the plug-in's code; on success writes `value` as the whole output,
-// or reports 1359 with the output cleared if it cannot be written.
-template <class T>
-void Answer(IPolicyMethod& method, uint32_t code, const T& value) {
-  method.SetResult(code);
-  Json::Value* output = method.GetOutput();
-  if (code != 0 || output == nullptr) return;
-  if (!JsonSerializer<T>::Save(*output, value)) {
-    *output = Json::Value();
-    method.SetResult(kel::result::kInternalError);
-  }
-}
 
 }  // namespace
 
@@ -67,7 +53,7 @@ void ConnectionAgent::ReportNames(INameSink* sink) {
 
 bool ConnectionAgent::SetSwitch(IPolicyMethod& method, uint32_t (IConnection::*set)(bool)) {
   Switch input;
-  if (!JsonSerializer<Switch>::Load(JsonNodeRef(method.GetInput()), input)) return false;
+  if (!LoadInput(method, input)) return false;
   method.SetResult((plugin()->*set)(input.enabled != 0));
   return true;
 }
@@ -99,11 +85,12 @@ bool ConnectionAgent::IsSenderBlackListEnabled(IPolicyMethod& method) {
 // address (a "*" in one is not looked at: the plug-in owns the matching), or
 // the full form with "emails" and "wildcards". "entries" wins when both are there.
 bool ConnectionAgent::SetSenderBlackList(IPolicyMethod& method) {
-  const JsonNodeRef input(method.GetInput());
   SenderBlackList list;
-  if (!JsonNodeRef(input, json_keys::kEntries).IsAbsent()) {
-    if (!JsonComposedSerializer::Load(input, json_keys::kEntries, list.emails)) return false;
-  } else if (!JsonSerializer<SenderBlackList>::Load(input, list)) {
+  if (!EnterpriseIntegration::JsonNodeRef(EnterpriseIntegration::JsonNodeRef(method.GetInput()),
+                                          json_keys::kEntries)
+           .IsAbsent()) {
+    if (!LoadInput(method, json_keys::kEntries, list.emails)) return false;
+  } else if (!LoadInput(method, list)) {
     return false;
   }
   method.SetResult(plugin()->SetSenderBlackList(list));

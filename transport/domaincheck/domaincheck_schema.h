@@ -4,10 +4,10 @@
 // object).
 //
 // A permitted sender is an IPv4 address in dotted form, "/prefix" optional,
-// read by the address type's own parser: exactly four groups of 1 to 3
-// digits, each below 256, and a prefix from 1 to 32. It is stricter than a
-// loose number conversion per piece would be: blanks, signs, trailing text,
-// groups of 256 or more and "/0" are refused rather than read or wrapped.
+// read by the address type's own parser (frame/ipv4.h): exactly four groups,
+// each converted by the standard decimal rules (blanks before and text after
+// the digits are taken, as std::stoi takes them) and below 256, and a prefix
+// of 1 or 2 digits from 1 to 32.
 #include <cstdint>
 
 #include "agent/json/json_serializer.h"
@@ -43,7 +43,8 @@ struct JsonSchema<domaincheck::ns::ScanSettings> : JsonSchemaBase<domaincheck::n
 
 template <>
 struct JsonSchema<domaincheck::ns::SecondaryAction>
-    : SecondaryActionSchema<domaincheck::ns::SecondaryAction, domaincheck::kSecondaryActionNames> {};
+    : SecondaryActionSchema<domaincheck::ns::SecondaryAction, domaincheck::kSecondaryActionNames,
+                            /*kExtraDataOnEveryItem=*/true> {};
 
 template <>
 struct JsonSchema<domaincheck::ns::OnDetection>

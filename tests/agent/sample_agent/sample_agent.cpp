@@ -12,8 +12,6 @@ using kel::nusdk::Sample::SampleSettings;
 Agent::Agent(const wchar_t* agentName)
     : EnterpriseIntegration::Agent<kel::nusdk::Sample::ISample>(agentName, L"SampleTest::Agent") {}
 
-Agent::~Agent() { ReleasePlugin(); }
-
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
       {L"SetSettings", Handle<&Agent::SetSettings>},
@@ -37,11 +35,11 @@ bool Agent::GetSettings(IPolicyMethod& method) {
   return true;
 }
 
-uint32_t Agent::OnPluginAcquired(kel::nusdk::Sample::ISample* plugin) {
-  return plugin->Advise(this);
+uint32_t Agent::OnPluginsAcquired() {
+  return advice_.Register(plugin(), &kel::nusdk::Sample::ISample::Advise,
+                          &kel::nusdk::Sample::ISample::Unadvise,
+                          static_cast<kel::nusdk::Sample::ISampleNotifications*>(this));
 }
-
-void Agent::OnPluginReleasing(kel::nusdk::Sample::ISample* plugin) { plugin->Unadvise(this); }
 
 // On the plug-in's thread; the plug-in is always answered 0.
 uint32_t Agent::OnSettingsChanged(const SampleSettings& settings) {

@@ -49,12 +49,12 @@ class Agent final : public EnterpriseIntegration::Agent<kel::nusdk::Sample::ISam
   bool GetSettings(IPolicyMethod& method);
 
   EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override;
-  ~Agent() override;
 
  private:
-  uint32_t OnPluginAcquired(kel::nusdk::Sample::ISample* plugin) override;
-  void OnPluginReleasing(kel::nusdk::Sample::ISample* plugin) override;
+  uint32_t OnPluginsAcquired() override;
   uint32_t OnSettingsChanged(const kel::nusdk::Sample::SampleSettings& settings) override;
+
+  EnterpriseIntegration::NotificationRegistration advice_{*this};
 };
 
 }  // namespace SampleTest
