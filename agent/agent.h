@@ -2,7 +2,7 @@
 // An agent built around one main plug-in; further plug-ins are declared with
 // DeclarePlugin like any other.
 #include "agent/agent_base.h"
-#include "agent/result_codes.h"
+#include "frame/result_codes.h"
 #include "frame/logging/log.h"
 #include "frame/logging/trace_scope.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cwchar>
 
-#include "agent/result_codes.h"
+#include "frame/result_codes.h"
 #include "frame/logging/trace_scope.h"
 #include "frame/scope_exit.h"
 

@@ -18,7 +18,7 @@
 #include <json/value.h>
 
 #include "agent/json/json_serializer.h"
-#include "agent/result_codes.h"
+#include "frame/result_codes.h"
 #include "sdk/policy_method.h"
 
 namespace EnterpriseIntegration {

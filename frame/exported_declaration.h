@@ -17,13 +17,22 @@ struct WholeClassName {
 
 namespace detail {
 
+// A declaration by agent name builds with that name; one by a whole literal
+// builds with the class's own default constructor (the class names itself).
+// The declarations' constructors make the other combinations compile errors.
 template <class T>
-T* MakeDeclared(const std::wstring& agentName) {
-  if constexpr (std::is_constructible_v<T, const wchar_t*>)
-    return new T(agentName.c_str());
-  else
-    return new T();
+T* MakeDeclared(const wchar_t* agentName) {
+  if constexpr (std::is_constructible_v<T, const wchar_t*>) {
+    if (agentName) return new T(agentName);
+  }
+  if constexpr (std::is_default_constructible_v<T>) return new T();
+  return nullptr;
 }
+
+template <class T>
+constexpr bool kNamesItself = std::is_default_constructible_v<T>;
+template <class T>
+constexpr bool kTakesAgentName = std::is_constructible_v<T, const wchar_t*>;
 
 inline IKelBaseInterface* BaseOf(IKelBaseInterface* object) {
   return object ? static_cast<IKelBaseInterface*>(object->QueryInterface(&IID_IKelBaseInterface))
@@ -41,16 +50,23 @@ class ExportedSingletonDeclaration final : public IObjectConstructor {
   // Registered as agentName + ".Agent"; the instance is built with agentName.
   explicit ExportedSingletonDeclaration(const wchar_t* agentName)
       : name_(std::wstring(agentName) + L".Agent"), agentName_(agentName) {
+    static_assert(kel::detail::kTakesAgentName<T> || kel::detail::kNamesItself<T>,
+                  "a registered class is built with its agent name or names itself");
     registration_ = RegisterObjectConstructor(name_.c_str(), this);
   }
-  explicit ExportedSingletonDeclaration(kel::WholeClassName whole) : name_(whole.name) {
+  // Without an agent name to give, the class must name itself.
+  explicit ExportedSingletonDeclaration(kel::WholeClassName whole)
+      : name_(whole.name), wholeName_(true) {
+    static_assert(kel::detail::kNamesItself<T>,
+                  "a class registered under a whole literal name needs a default constructor "
+                  "that gives it its own agent name");
     registration_ = RegisterObjectConstructor(name_.c_str(), this);
   }
 
   IKelBaseInterface* Create() override {
     if (!instance_) {
       try {
-        instance_ = kel::detail::MakeDeclared<T>(agentName_);
+        instance_ = kel::detail::MakeDeclared<T>(wholeName_ ? nullptr : agentName_.c_str());
       } catch (...) {
         return nullptr;
       }
@@ -75,6 +91,7 @@ class ExportedSingletonDeclaration final : public IObjectConstructor {
  private:
   std::wstring name_;
   std::wstring agentName_;
+  bool wholeName_ = false;
   T* instance_ = nullptr;
   uint32_t count_ = 0;
   uint32_t registration_ = 0;
@@ -86,12 +103,15 @@ template <class T>
 class ExportedObjectDeclaration final : public IObjectConstructor {
  public:
   explicit ExportedObjectDeclaration(kel::WholeClassName whole) : name_(whole.name) {
+    static_assert(kel::detail::kNamesItself<T>,
+                  "a class registered under a whole literal name needs a default constructor "
+                  "that gives it its own agent name");
     registration_ = RegisterObjectConstructor(name_.c_str(), this);
   }
 
   IKelBaseInterface* Create() override {
     try {
-      T* object = kel::detail::MakeDeclared<T>(std::wstring());
+      T* object = kel::detail::MakeDeclared<T>(nullptr);
       IKelBaseInterface* base = kel::detail::BaseOf(object);
       if (!base) delete object;
       return base;

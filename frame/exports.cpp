@@ -3,11 +3,12 @@
 #include "frame/exports.h"
 
 #include "frame/object_registry.h"
+#include "frame/result_codes.h"
 
 namespace {
 
-constexpr uint32_t kBadArguments = 160;  // ERROR_BAD_ARGUMENTS
-constexpr uint32_t kNotFound = 1168;     // ERROR_NOT_FOUND
+constexpr uint32_t kBadArguments = kel::result::kBadArguments;
+constexpr uint32_t kNotFound = kel::result::kNotFound;
 
 IKelBaseInterface* CreateRegistered(const wchar_t* className) {
   ObjectRegistryHandle registry;

@@ -17,12 +17,14 @@
 #include <type_traits>
 #include <utility>
 
+#include "frame/result_codes.h"
+
 namespace kel {
 
 namespace container_result {
-constexpr uint32_t kOk = 0;
-constexpr uint32_t kAlreadyExists = 183;
-constexpr uint32_t kNotFound = 1168;
+constexpr uint32_t kOk = result::kSuccess;
+constexpr uint32_t kAlreadyExists = result::kAlreadyExists;
+constexpr uint32_t kNotFound = result::kNotFound;
 }  // namespace container_result
 
 template <class T>

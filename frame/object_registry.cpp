@@ -2,9 +2,11 @@
 
 #include <exception>
 
+#include "frame/result_codes.h"
+
 namespace {
-constexpr uint32_t kAlreadyExists = 183;  // ERROR_ALREADY_EXISTS
-constexpr uint32_t kNotFound = 1168;      // ERROR_NOT_FOUND
+constexpr uint32_t kAlreadyExists = kel::result::kAlreadyExists;
+constexpr uint32_t kNotFound = kel::result::kNotFound;
 }  // namespace
 
 uint32_t ObjectRegistry::Register(const wchar_t* name, IObjectConstructor* constructor) {

@@ -5,7 +5,7 @@
 #include "agent/json/json_serializer.h"
 #include "agent/keyword_entries.h"
 #include "agent/policy_answer.h"
-#include "agent/result_codes.h"
+#include "frame/result_codes.h"
 #include "agent/rule_set_methods.h"
 #include "transport/antispam/antispam_schema.h"
 #include "transport/antivirus/antivirus_schema.h"

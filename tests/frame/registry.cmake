@@ -8,3 +8,11 @@ kel_add_gtest(test_frame_registry
           ${CMAKE_CURRENT_LIST_DIR}/registry/exports_test.cpp
   LIBS kelframe)
 add_dependencies(test_frame_registry test_registry_module kelagents)
+
+# A class registered under a whole literal name must name itself: the
+# declaration refuses, at compile time, one that would be built with no name.
+add_test(NAME test_frame_registry_whole_name_needs_own_name
+  COMMAND ${CMAKE_CXX_COMPILER} -std=c++17 -fsyntax-only -I${PROJECT_SOURCE_DIR}
+          ${CMAKE_CURRENT_LIST_DIR}/registry/whole_name_without_default.cpp)
+set_tests_properties(test_frame_registry_whole_name_needs_own_name PROPERTIES
+  PASS_REGULAR_EXPRESSION "needs a default constructor that gives it its own agent name")

@@ -1,11 +1,11 @@
 #include "tests/agent/sample_agent/sample_agent.h"
 
+#include "agent/policy_answer.h"
 #include "frame/exported_declaration.h"
 
 namespace SampleTest {
 
 using EnterpriseIntegration::Handle;
-using EnterpriseIntegration::JsonNodeRef;
 using EnterpriseIntegration::JsonSerializer;
 using kel::nusdk::Sample::SampleSettings;
 
@@ -22,16 +22,14 @@ EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
 
 bool Agent::SetSettings(IPolicyMethod& method) {
   SampleSettings settings;
-  if (!JsonSerializer<SampleSettings>::Load(JsonNodeRef(method.GetInput()), settings)) return false;
+  if (!EnterpriseIntegration::LoadInput(method, settings)) return false;
   method.SetResult(plugin()->SetSettings(settings));
   return true;
 }
 
 bool Agent::GetSettings(IPolicyMethod& method) {
   SampleSettings settings;
-  const uint32_t code = plugin()->GetSettings(settings);
-  method.SetResult(code);
-  if (code == 0) JsonSerializer<SampleSettings>::Save(*method.GetOutput(), settings);
+  EnterpriseIntegration::Answer(method, plugin()->GetSettings(settings), settings);
   return true;
 }
 
