@@ -1,7 +1,7 @@
 # Agent lifecycle, plug-in access and policy dispatch, with in-process fakes of the host.
 kel_add_gtest(test_agent_framework
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/framework_test.cpp
-  LIBS kelagent)
+  LIBS kelagent kelhost_manager)
 add_dependencies(test_agent_framework logsink)
 
 # The sample agent, registered only in this test module; kelhost drives it in
