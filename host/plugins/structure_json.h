@@ -189,6 +189,7 @@ class StructureWriter {
   template <class T, class Fields>
   static Json::Value Element(const T& value, Fields& fields) {
     if constexpr (std::is_same_v<Fields, std::nullptr_t>) {
+      static_cast<void>(fields);
       return ScalarJson<T>::Write(value);
     } else {
       return Write(value, fields);
@@ -219,6 +220,7 @@ template <class T, class Fields>
 bool StructureReader::Element(const Json::Value& value, const std::string& path, T& out,
                               Fields& fields) {
   if constexpr (std::is_same_v<Fields, std::nullptr_t>) {
+    static_cast<void>(fields);
     if (ScalarJson<T>::Read(value, out)) return true;
     Refuse(path, ScalarJson<T>::kExpected);
     return false;
