@@ -23,8 +23,15 @@ class IManager : public IKelBaseInterface {
  public:
   // Slot 1: one event; `body` is owned by the caller and valid only during the call.
   virtual uint32_t SendEvent(const wchar_t* name, const Json::Value* body, uint32_t options) = 0;
-  // Slot 2: an entry for the management side's own event log.
-  virtual uint32_t LogEvent(const wchar_t* name, const Json::Value* body, uint32_t severity) = 0;
+  // Slot 2: an event that also becomes an entry of the management side's own
+  // event log (an on-demand run's scan log goes this way: category 306,
+  // severity 1 or 2, flags 4096, code 0, count 1). What `code` and `count`
+  // mean beyond the values the module sends is the management side's: the
+  // module only passes them.
+  // `body` is owned by the caller and valid only during the call.
+  virtual uint32_t LogEvent(uint32_t category, uint32_t severity, uint32_t flags,
+                            const wchar_t* name, uint32_t code, uint32_t count,
+                            const Json::Value* body) = 0;
   // Slot 3: whether the management side is connected now.
   virtual bool IsConnected() = 0;
   virtual bool RegisterAgent(IAgent* agent) = 0;    // slot 4

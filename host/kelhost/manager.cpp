@@ -24,28 +24,41 @@ void* Manager::QueryInterface(const kel::InterfaceId* iid) {
 
 uint32_t Manager::SendEvent(const wchar_t* name, const Json::Value* body, uint32_t options) {
   try {
-    ReceivedEvent event{NameText(name), options, body != nullptr ? *body : Json::Value()};
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      events_.push_back(std::move(event));
-    }
-    arrived_.notify_all();
-    return 0;
+    return Queue(ReceivedEvent{NameText(name), options, body != nullptr ? *body : Json::Value(),
+                               std::nullopt});
   } catch (...) {
     return 14;  // ERROR_OUTOFMEMORY: the copy is all that can fail here
   }
 }
 
-uint32_t Manager::LogEvent(const wchar_t*, const Json::Value*, uint32_t) { return 0; }
+uint32_t Manager::LogEvent(uint32_t category, uint32_t severity, uint32_t flags,
+                           const wchar_t* name, uint32_t code, uint32_t count,
+                           const Json::Value* body) {
+  try {
+    return Queue(ReceivedEvent{NameText(name), flags, body != nullptr ? *body : Json::Value(),
+                               LogArguments{category, severity, code, count}});
+  } catch (...) {
+    return 14;
+  }
+}
+
+uint32_t Manager::Queue(ReceivedEvent event) {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    events_.push_back(std::move(event));
+  }
+  arrived_.notify_all();
+  return 0;
+}
 
 bool Manager::IsConnected() { return true; }
 
 bool Manager::RegisterAgent(EnterpriseIntegration::IAgent* agent) {
   try {
-    if (agent == nullptr) return false;
     {
       std::lock_guard<std::mutex> lock(mutex_);
-      if (!acceptRegistration_) return false;
+      ++registerCalls_;
+      if (agent == nullptr || !acceptRegistration_) return false;
     }
     // Asked outside the lock: the agent is free to call back into the manager.
     std::string name = NameText(agent->GetAgentName());
@@ -62,6 +75,7 @@ bool Manager::RegisterAgent(EnterpriseIntegration::IAgent* agent) {
 void Manager::UnregisterAgent(EnterpriseIntegration::IAgent* agent) {
   try {
     std::lock_guard<std::mutex> lock(mutex_);
+    ++unregisterCalls_;
     registered_.erase(std::remove_if(registered_.begin(), registered_.end(),
                                      [agent](const Registration& r) { return r.agent == agent; }),
                       registered_.end());
@@ -87,6 +101,22 @@ std::vector<std::string> Manager::RegisteredNames() const {
   std::vector<std::string> names;
   for (const Registration& r : registered_) names.push_back(r.name);
   return names;
+}
+
+bool Manager::IsRegistered(const EnterpriseIntegration::IAgent* agent) const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return std::any_of(registered_.begin(), registered_.end(),
+                     [agent](const Registration& r) { return r.agent == agent; });
+}
+
+int Manager::RegisterCalls() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return registerCalls_;
+}
+
+int Manager::UnregisterCalls() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return unregisterCalls_;
 }
 
 std::vector<uint32_t> Manager::ChangeNotifications() const {

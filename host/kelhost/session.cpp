@@ -312,6 +312,14 @@ void Session::Events(const Json::Value& command, Json::Value& reply) {
     event["name"] = received.name;
     event["flags"] = Code(received.flags);
     event["body"] = std::move(received.body);
+    if (received.log) {
+      Json::Value log(Json::objectValue);
+      log["category"] = Code(received.log->category);
+      log["severity"] = Code(received.log->severity);
+      log["code"] = Code(received.log->code);
+      log["count"] = Code(received.log->count);
+      event["log"] = std::move(log);
+    }
     events.append(std::move(event));
   }
   reply["events"] = std::move(events);

@@ -1,10 +1,67 @@
 #include "host/plugins/structure_json.h"
 
-#include <limits>
+#include <cwctype>
 
 #include "frame/text_convert.h"
 
 namespace kelhost {
+
+// Integral JSON numbers only: jsoncpp's isUInt() and friends also hold for
+// doubles with an integral value, and a script writing 1.0 for a count is wrong.
+bool ScalarJson<bool>::Read(const Json::Value& value, bool& out) {
+  if (!value.isBool()) return false;
+  out = value.asBool();
+  return true;
+}
+
+bool ScalarJson<uint32_t>::Read(const Json::Value& value, uint32_t& out) {
+  if (value.type() == Json::realValue || !value.isUInt()) return false;
+  out = value.asUInt();
+  return true;
+}
+
+bool ScalarJson<int64_t>::Read(const Json::Value& value, int64_t& out) {
+  if (value.type() == Json::realValue || !value.isInt64()) return false;
+  out = value.asInt64();
+  return true;
+}
+
+bool ScalarJson<uint64_t>::Read(const Json::Value& value, uint64_t& out) {
+  if (value.type() == Json::realValue || !value.isUInt64()) return false;
+  out = value.asUInt64();
+  return true;
+}
+
+bool ScalarJson<kel::StringW>::Read(const Json::Value& value, kel::StringW& out) {
+  if (!value.isString()) return false;
+  out = kel::StringW(kel::WideFromUtf8(value.asString()));
+  return true;
+}
+
+Json::Value ScalarJson<kel::StringW>::Write(const kel::StringW& value) {
+  return Json::Value(kel::Utf8FromWide(value.c_str(), value.Length()));
+}
+
+// kel::Guid::Parse reads each group as far as its hex digits go, so the
+// written shape is checked here first: a script's typo must not become
+// another identifier.
+bool ScalarJson<kel::Guid>::Read(const Json::Value& value, kel::Guid& out) {
+  if (!value.isString()) return false;
+  std::wstring text = kel::WideFromUtf8(value.asString());
+  if (text.size() == 38 && text.front() == L'{' && text.back() == L'}') {
+    text = text.substr(1, 36);
+  }
+  if (text.size() != 36) return false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool dash = i == 8 || i == 13 || i == 18 || i == 23;
+    if (dash ? text[i] != L'-' : !std::iswxdigit(text[i])) return false;
+  }
+  return kel::Guid::Parse(text.c_str(), out);
+}
+
+Json::Value ScalarJson<kel::Guid>::Write(const kel::Guid& value) {
+  return ScalarJson<kel::StringW>::Write(value.ToString());
+}
 
 StructureReader::StructureReader(const Json::Value& data, std::string what)
     : data_(data), what_(std::move(what)) {
@@ -17,44 +74,14 @@ const Json::Value* StructureReader::Member(const char* field) {
   return data_.find(field, field + std::char_traits<char>::length(field));
 }
 
-void StructureReader::Refuse(const char* field, const char* expected) {
-  if (problem_.empty()) problem_ = what_ + "." + field + " must be " + expected;
+void StructureReader::Refuse(const std::string& path, const char* expected) {
+  if (problem_.empty()) problem_ = path + " must be " + expected;
 }
 
 void StructureReader::Flag(const char* field, uint8_t& out) {
-  const Json::Value* value = Member(field);
-  if (value == nullptr) return;
-  if (!value->isBool()) return Refuse(field, "true or false");
-  out = value->asBool() ? 1 : 0;
-}
-
-void StructureReader::UInt32(const char* field, uint32_t& out) {
-  const Json::Value* value = Member(field);
-  if (value == nullptr) return;
-  // isUInt() also holds for doubles with an integral value; only integers count.
-  if (value->type() == Json::realValue || !value->isUInt()) {
-    return Refuse(field, "an unsigned 32-bit integer");
-  }
-  out = value->asUInt();
-}
-
-void StructureReader::String(const char* field, kel::StringW& out) {
-  const Json::Value* value = Member(field);
-  if (value == nullptr) return;
-  if (!value->isString()) return Refuse(field, "a string");
-  out = kel::WideFromUtf8(value->asString());
-}
-
-void StructureReader::StringList(const char* field, kel::List<kel::StringW>& out) {
-  const Json::Value* value = Member(field);
-  if (value == nullptr) return;
-  if (!value->isArray()) return Refuse(field, "an array of strings");
-  kel::List<kel::StringW> items;
-  for (const Json::Value& item : *value) {
-    if (!item.isString()) return Refuse(field, "an array of strings");
-    items.EmplaceBack(kel::WideFromUtf8(item.asString()));
-  }
-  out = std::move(items);
+  bool value = out != 0;
+  Bool(field, value);
+  if (value != (out != 0)) out = value ? 1 : 0;
 }
 
 bool StructureReader::Finish(std::string& problem) {
@@ -71,7 +98,7 @@ bool StructureReader::Finish(std::string& problem) {
 }
 
 Json::Value StringToJson(const kel::StringW& value) {
-  return Json::Value(kel::Utf8FromWide(value.c_str(), value.Length()));
+  return ScalarJson<kel::StringW>::Write(value);
 }
 
 Json::Value StringListToJson(const kel::IList<kel::StringW>& list) {

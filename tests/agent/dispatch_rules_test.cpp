@@ -84,7 +84,7 @@ const std::vector<Description>& Descriptions() {
 
 TEST(DispatchRules, EachDescriptionMatchesAndReportsItsOwnWay) {
   kel::test::FakeComponentManager components;
-  kel::test::FakeManager manager;
+  kelhost::Manager manager;
   kel::test::FakeServMain main(&components);
   components.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager,
                    static_cast<EnterpriseIntegration::IManager*>(&manager));

@@ -1,17 +1,17 @@
 #pragma once
 // In-process stand-ins for the host side of an agent: the host object, its
-// component manager, the manager and a policy-method object.
+// component manager and a policy-method object. The manager is kelhost's own
+// (host/kelhost/manager.h), included here for the tests that use these.
 #include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <json/value.h>
 
+#include "host/kelhost/manager.h"
 #include "sdk/agent.h"
-#include "sdk/manager.h"
 #include "sdk/policy_method.h"
 #include "sdk/serv_main.h"
 
@@ -55,41 +55,6 @@ class FakeServMain : public IServMain {
 
  private:
   IComponentManager* components_;
-};
-
-struct SentEvent {
-  std::wstring name;
-  Json::Value body;
-  uint32_t options;
-};
-
-class FakeManager : public EnterpriseIntegration::IManager {
- public:
-  void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
-  uint32_t SendEvent(const wchar_t* name, const Json::Value* body, uint32_t options) override {
-    events.push_back({name, body ? *body : Json::Value(), options});
-    return 0;
-  }
-  uint32_t LogEvent(const wchar_t*, const Json::Value*, uint32_t) override { return 0; }
-  bool IsConnected() override { return true; }
-  bool RegisterAgent(EnterpriseIntegration::IAgent* agent) override {
-    ++registerCalls;
-    if (!acceptRegistration) return false;
-    registered.insert(agent);
-    return true;
-  }
-  void UnregisterAgent(EnterpriseIntegration::IAgent* agent) override {
-    ++unregisterCalls;
-    registered.erase(agent);
-  }
-  void NotifyConfigurationChanged(uint32_t what) override { changes.push_back(what); }
-
-  bool acceptRegistration = true;
-  int registerCalls = 0;
-  int unregisterCalls = 0;
-  std::set<EnterpriseIntegration::IAgent*> registered;
-  std::vector<SentEvent> events;
-  std::vector<uint32_t> changes;
 };
 
 class FakePolicyMethod : public IPolicyMethod {

@@ -2,7 +2,7 @@
 kel_add_gtest(test_agent_framework
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/framework_test.cpp
           ${CMAKE_CURRENT_LIST_DIR}/dispatch_rules_test.cpp
-  LIBS kelagent)
+  LIBS kelagent kelhost_manager)
 add_dependencies(test_agent_framework logsink)
 
 # The sample agent, registered only in this test module; kelhost drives it in

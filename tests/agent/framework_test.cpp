@@ -16,7 +16,6 @@ namespace {
 
 using kel::nusdk::Sample::ISample;
 using kel::test::FakeComponentManager;
-using kel::test::FakeManager;
 using kel::test::FakePolicyMethod;
 using kel::test::FakeServMain;
 
@@ -101,7 +100,7 @@ class AgentFramework : public ::testing::Test {
 
   FakeComponentManager components_;
   FakeServMain main_;
-  FakeManager manager_;
+  kelhost::Manager manager_;
   InertPlugin plugin_;
   ProbeAgent agent_;
   SinkProbe sink_;
@@ -144,17 +143,17 @@ TEST_F(AgentFramework, LifecycleRegistersOnStartAndReleasesEverythingOnUninit) {
   ASSERT_EQ(agent_.Init(&main_), 0u);
   EXPECT_TRUE(agent_.HasPlugins());
   agent_.Stop();
-  EXPECT_EQ(manager_.unregisterCalls, 0) << "stop before start must not call the manager";
+  EXPECT_EQ(manager_.UnregisterCalls(), 0) << "stop before start must not call the manager";
 
   EXPECT_EQ(agent_.Start(), 0u);
-  EXPECT_EQ(manager_.registered.count(&agent_), 1u);
+  EXPECT_TRUE(manager_.IsRegistered(&agent_));
   agent_.Stop();
   agent_.Stop();
-  EXPECT_EQ(manager_.unregisterCalls, 1);
+  EXPECT_EQ(manager_.UnregisterCalls(), 1);
 
   EXPECT_EQ(agent_.Start(), 0u);
   agent_.Uninit();  // also unregisters
-  EXPECT_TRUE(manager_.registered.empty());
+  EXPECT_TRUE(manager_.RegisteredNames().empty());
   EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
   EXPECT_EQ(components_.held[L"Test.Probe"], 0);
   EXPECT_EQ(agent_.Start(), 21u) << "nothing to register with";
@@ -171,7 +170,7 @@ TEST_F(AgentFramework, ReinitGetsEverythingAfreshAndKeepsAStartedAgentRegistered
   EXPECT_EQ(components_.releases, (std::vector<std::wstring>{L"EndpointIntegration.Manager",
                                                              L"Test.Probe"}));
   EXPECT_TRUE(agent_.registered());
-  EXPECT_EQ(manager_.unregisterCalls, 0);
+  EXPECT_EQ(manager_.UnregisterCalls(), 0);
   EXPECT_EQ(plugin_.sinks.size(), 1u);
 
   components_.Refuse(L"Test.Probe", 5);
@@ -198,11 +197,11 @@ TEST_F(AgentFramework, ARefusedSinkFailsInitAndASinkGoesWithTheAgent) {
 
 TEST_F(AgentFramework, RefusedRegistrationIs1627AndLeavesTheAgentUnregistered) {
   ASSERT_EQ(agent_.Init(&main_), 0u);
-  manager_.acceptRegistration = false;
+  manager_.SetAcceptRegistration(false);
   EXPECT_EQ(agent_.Start(), 1627u);
   EXPECT_FALSE(agent_.registered());
   agent_.Stop();
-  EXPECT_EQ(manager_.unregisterCalls, 0);
+  EXPECT_EQ(manager_.UnregisterCalls(), 0);
 }
 
 TEST_F(AgentFramework, EventsReachTheManagerWithTheirOptionWord) {
@@ -212,11 +211,13 @@ TEST_F(AgentFramework, EventsReachTheManagerWithTheirOptionWord) {
   ASSERT_EQ(agent_.Init(&main_), 0u);
   EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Happened", body, 512), 0u);
   EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Other", Json::Value(Json::objectValue)), 0u);
-  ASSERT_EQ(manager_.events.size(), 2u);
-  EXPECT_EQ(manager_.events[0].name, L"Test.Probe.Happened");
-  EXPECT_EQ(manager_.events[0].body, body);
-  EXPECT_EQ(manager_.events[0].options, 512u);
-  EXPECT_EQ(manager_.events[1].options, 0u);
+  const std::vector<kelhost::ReceivedEvent> events = manager_.TakeEvents();
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[0].name, "Test.Probe.Happened");
+  EXPECT_EQ(events[0].body, body);
+  EXPECT_EQ(events[0].flags, 512u);
+  EXPECT_EQ(events[1].flags, 0u);
+  EXPECT_FALSE(events[0].log.has_value());
 }
 
 TEST_F(AgentFramework, PrecheckRefusesInTheFixedOrder) {
@@ -309,9 +310,9 @@ TEST_F(AgentFramework, HostSlotsAreInTheirContractOrder) {
 
   EXPECT_EQ(CallSlot<uint32_t>(agent, 1, static_cast<IServMain*>(&main_)), 0u);
   EXPECT_EQ(CallSlot<uint32_t>(agent, 3), 0u);
-  EXPECT_EQ(manager_.registerCalls, 1);
+  EXPECT_EQ(manager_.RegisterCalls(), 1);
   CallSlot<void>(agent, 4);
-  EXPECT_EQ(manager_.unregisterCalls, 1);
+  EXPECT_EQ(manager_.UnregisterCalls(), 1);
   EXPECT_EQ(CallSlot<uint32_t>(agent, 5, static_cast<IFeatureStateSink*>(nullptr)), 0u);
   EXPECT_EQ(CallSlot<uint32_t>(agent, 6, 7u), 0u);
 
@@ -345,13 +346,27 @@ TEST_F(AgentFramework, HostInterfacesKeepTheirSlots) {
   using kel::test::CallSlot;
   void* manager = static_cast<EnterpriseIntegration::IManager*>(&manager_);
   Json::Value body(7);
-  EXPECT_EQ(CallSlot<uint32_t>(manager, 1, L"E", static_cast<const Json::Value*>(&body), 512u), 0u);
-  EXPECT_EQ(manager_.events.at(0).options, 512u);
+  const Json::Value* bodyArg = &body;
+  EXPECT_EQ(CallSlot<uint32_t>(manager, 1, L"E", bodyArg, 512u), 0u);
+  // Seven arguments of distinct values, so that any two swapped show.
+  EXPECT_EQ(CallSlot<uint32_t>(manager, 2, 306u, 2u, 4096u, L"L", 5u, 1u, bodyArg), 0u);
+  const std::vector<kelhost::ReceivedEvent> events = manager_.TakeEvents();
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(events[0].flags, 512u);
+  EXPECT_EQ(events[1].name, "L");
+  EXPECT_EQ(events[1].flags, 4096u);
+  EXPECT_EQ(events[1].body, body);
+  ASSERT_TRUE(events[1].log.has_value());
+  EXPECT_EQ(events[1].log->category, 306u);
+  EXPECT_EQ(events[1].log->severity, 2u);
+  EXPECT_EQ(events[1].log->code, 5u);
+  EXPECT_EQ(events[1].log->count, 1u);
+  EXPECT_TRUE(CallSlot<bool>(manager, 3));
   EXPECT_TRUE(CallSlot<bool>(manager, 4, static_cast<EnterpriseIntegration::IAgent*>(&agent_)));
   CallSlot<void>(manager, 5, static_cast<EnterpriseIntegration::IAgent*>(&agent_));
-  EXPECT_EQ(manager_.unregisterCalls, 1);
+  EXPECT_EQ(manager_.UnregisterCalls(), 1);
   CallSlot<void>(manager, 6, 1u);
-  EXPECT_EQ(manager_.changes, (std::vector<uint32_t>{1}));
+  EXPECT_EQ(manager_.ChangeNotifications(), (std::vector<uint32_t>{1}));
 
   void* components = static_cast<IComponentManager*>(&components_);
   void* object = nullptr;

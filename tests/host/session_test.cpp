@@ -232,6 +232,20 @@ TEST_F(SessionTest, EventsFromOtherThreadsAreWaitedFor) {
   EXPECT_EQ(reply["events"].size(), 1u);
 }
 
+// A log event takes its place among the others in arrival order; only it
+// carries "log", with the arguments SendEvent lacks.
+TEST_F(SessionTest, LogEventsArriveInOrderWithTheirLogArguments) {
+  const Json::Value body = J(R"({"taskid":"t1"})");
+  EXPECT_EQ(manager.SendEvent(L"First", nullptr, 512), 0u);
+  EXPECT_EQ(manager.LogEvent(306, 2, 4096, L"Scan.Log", 0, 1, &body), 0u);
+  EXPECT_EQ(manager.SendEvent(L"Last", nullptr, 0), 0u);
+  EXPECT_TRUE(JsonEqual(Run(R"({"op":"events"})")["events"], J(R"([
+      {"name":"First","flags":512,"body":null},
+      {"name":"Scan.Log","flags":4096,"body":{"taskid":"t1"},
+       "log":{"category":306,"severity":2,"code":0,"count":1}},
+      {"name":"Last","flags":0,"body":null}])")));
+}
+
 TEST_F(SessionTest, ShutdownGivesBackWhatTheScriptLeft) {
   StartFake();
   ExpectReply(R"({"op":"create","class":"Test.Plain","as":"p"})", R"({"result":0})");

@@ -23,7 +23,6 @@ using RBLSettings = as::IAntispam::RBLSettings;
 using json_test::Compact;
 using json_test::Parse;
 using kel::test::FakeComponentManager;
-using kel::test::FakeManager;
 using kel::test::FakePolicyMethod;
 using kel::test::FakeServMain;
 using ::testing::ElementsAre;
@@ -79,7 +78,7 @@ class AntispamAgentTest : public rule_test::LoggedTest {
 
   FakeComponentManager components;
   FakeServMain main{&components};
-  FakeManager manager;
+  kelhost::Manager manager;
   FakeAntispam plugin;
   Antispam::Agent agent{L"MailServers.Antispam"};
   std::unique_ptr<FakePolicyMethod> method;

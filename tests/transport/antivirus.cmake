@@ -3,5 +3,5 @@
 kel_add_gtest(test_transport_antivirus
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/antivirus_schema_test.cpp
           ${CMAKE_CURRENT_LIST_DIR}/antivirus_agent_test.cpp
-  LIBS keltransport)
+  LIBS keltransport kelhost_manager)
 add_dependencies(test_transport_antivirus logsink)

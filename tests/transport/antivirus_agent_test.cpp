@@ -19,7 +19,6 @@ namespace av = kel::nusdk::MailServers::Antivirus;
 using json_test::Compact;
 using json_test::Parse;
 using kel::test::FakeComponentManager;
-using kel::test::FakeManager;
 using kel::test::FakePolicyMethod;
 using kel::test::FakeServMain;
 
@@ -90,7 +89,7 @@ class AntivirusAgent : public rule_test::LoggedTest {
 
   FakeComponentManager components_;
   FakeServMain main_;
-  FakeManager manager_;
+  kelhost::Manager manager_;
   RecordingAntivirus plugin_;
   Antivirus::Agent agent_;
   std::unique_ptr<FakePolicyMethod> method_;

@@ -89,7 +89,7 @@ class ConnectionAgent : public rule_test::LoggedTest {
 
   kel::test::FakeComponentManager components_;
   kel::test::FakeServMain main_;
-  kel::test::FakeManager manager_;
+  kelhost::Manager manager_;
   RecordingConnection plugin_;
   ConnectionFilter::ConnectionAgent agent_;
   Json::Value output_;

@@ -11,7 +11,6 @@ namespace {
 
 namespace ms = kel::nusdk::MailServers;
 using kel::test::FakeComponentManager;
-using kel::test::FakeManager;
 using kel::test::FakePolicyMethod;
 using kel::test::FakeServMain;
 
@@ -78,7 +77,7 @@ class TransportAgent : public ::testing::Test {
 
   FakeComponentManager components_;
   FakeServMain main_;
-  FakeManager manager_;
+  kelhost::Manager manager_;
   FakeTransport transport_;
   FakeContent content_;
   Transport::Agent agent_;
@@ -90,7 +89,7 @@ TEST_F(TransportAgent, InitsWithoutFilterPluginsWhoseMethodsThenRefuseInput) {
   EXPECT_EQ(Run(get), 160u);
   FakePolicyMethod set(L"SetContentRules", Json::Value(Json::objectValue));
   EXPECT_EQ(Run(set), 160u);
-  EXPECT_TRUE(manager_.changes.empty());
+  EXPECT_TRUE(manager_.ChangeNotifications().empty());
   struct Features : IFeatureStateSink {
     void ReportFeature(const wchar_t*, bool) override { ++count; }
     int count = 0;
@@ -141,11 +140,11 @@ TEST_F(TransportAgent, EverySetNotifiesTheManagerWhateverThePluginAnswered) {
   input["rules"] = Json::Value(Json::arrayValue);
   FakePolicyMethod set(L"MailServers.Transport.SetContentRules", input);
   EXPECT_EQ(Run(set), 2250u);
-  EXPECT_EQ(manager_.changes, (std::vector<uint32_t>{1}));
+  EXPECT_EQ(manager_.ChangeNotifications(), (std::vector<uint32_t>{1}));
   FakePolicyMethod bad(L"SetContentRules", Json::Value(7));
   EXPECT_EQ(Run(bad), 160u);
   EXPECT_EQ(content_.sets, 1) << "a rejected input never reaches the plug-in";
-  EXPECT_EQ(manager_.changes.size(), 1u);
+  EXPECT_EQ(manager_.ChangeNotifications().size(), 1u);
 }
 
 TEST_F(TransportAgent, FunctioningUnlessTheProbeAnswersAStoppedService) {
