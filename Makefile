@@ -4,7 +4,9 @@ BUILD_DIR ?= build/default
 CMAKE_CONFIGURE = cmake --preset default -B $(BUILD_DIR)
 WINE = scripts/with-wine.sh
 
-.PHONY: all setup configure build test bench demo format clean
+CLANG_BUILD_DIR ?= build/clang
+
+.PHONY: all setup configure build test test-clang bench demo format clean
 
 all: build
 
@@ -21,6 +23,14 @@ build: configure
 
 test: build
 	$(WINE) ctest --test-dir $(BUILD_DIR) --output-on-failure -j2
+
+# The second compiler (clang and lld), in a build folder of its own.
+$(CLANG_BUILD_DIR)/build.ninja: | setup
+	cmake --preset clang -B $(CLANG_BUILD_DIR)
+
+test-clang: setup $(CLANG_BUILD_DIR)/build.ninja
+	cmake --build $(CLANG_BUILD_DIR)
+	$(WINE) ctest --test-dir $(CLANG_BUILD_DIR) --output-on-failure -j2
 
 bench: build
 	$(WINE) scripts/run-benchmarks.sh $(BUILD_DIR)

@@ -57,7 +57,7 @@ class FakeServMain : public IServMain {
   IComponentManager* components_;
 };
 
-class FakePolicyMethod : public IPolicyMethod {
+class FakePolicyMethod final : public IPolicyMethod {
  public:
   explicit FakePolicyMethod(std::wstring name, Json::Value input = Json::objectValue)
       : name_(std::move(name)), input_(std::move(input)) {}
