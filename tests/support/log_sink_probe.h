@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/unique_module.h"
+#include "frame/owners.h"
 #include "frame/win.h"
 #include "host/logsink/log_sink.h"
 
