@@ -124,15 +124,15 @@ TEST(UniqueProcessInformation, ClosesBothHandlesOnceAndMovesThem) {
   };
   PROCESS_INFORMATION seen{};
   {
-    kel::UniqueProcessInformation moved;
+    kel::UniqueProcessInformation kept;
     {
       kel::UniqueProcessInformation info;
       PROCESS_INFORMATION* slot = info.put();
       slot->hProcess = duplicate();
       slot->hThread = duplicate();
       seen = info.get();
-      moved = std::move(info);
-      EXPECT_FALSE(info);
+      kel::UniqueProcessInformation moved(std::move(info));
+      kept = std::move(moved);
     }
     EXPECT_TRUE(IsOpen(seen.hProcess) && IsOpen(seen.hThread));
   }
