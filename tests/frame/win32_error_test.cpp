@@ -92,8 +92,8 @@ TEST(Win32Error, EachCheckAnswersTheCodeOfTheFailureItIsFor) {
 
 TEST(Win32Error, EachCheckEvaluatesItsArgumentOnce) {
   static int calls = 0;
-  DWORD (*const runs[])
-  () = {
+  using Run = DWORD (*)();
+  const Run runs[] = {
       []() -> DWORD {
         KEL_RETURN_IF_WIN32_BOOL_FALSE((++calls, FALSE));
         return kPassed;
@@ -107,7 +107,7 @@ TEST(Win32Error, EachCheckEvaluatesItsArgumentOnce) {
         return kPassed;
       },
   };
-  for (auto run : runs) {
+  for (const Run run : runs) {
     calls = 0;
     EXPECT_NE(run(), kPassed);
     EXPECT_EQ(calls, 1);
