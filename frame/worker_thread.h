@@ -43,8 +43,6 @@ class WorkerThread {
   // changing nothing, when called from the worker itself.
   DWORD Stop() noexcept;
 
-  bool Running() const noexcept { return state_ != nullptr; }
-
  private:
   struct State;
   static DWORD WINAPI Run(void* state) noexcept;
