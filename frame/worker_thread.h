@@ -9,9 +9,10 @@
 //     while (!clock.WaitFor(stop, kPeriodMs)) Tick();
 //   });
 //
-// One thread owns a WorkerThread and calls Start and Stop; the body may call
-// neither on its own owner. Stop must not be called under the loader lock
-// (from DllMain or a static destructor of a DLL): the thread could never end.
+// One thread owns a WorkerThread and calls Start and Stop; the body's own
+// Stop is refused, as joining itself would never end. Nor may Stop be called
+// under the loader lock (from DllMain or a DLL's static destructor): the
+// thread could not end either.
 #include <functional>
 #include <memory>
 
