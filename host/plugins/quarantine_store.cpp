@@ -1,5 +1,6 @@
 #include "host/plugins/quarantine_store.h"
 
+#include <cstring>
 #include <ctime>
 #include <utility>
 
@@ -20,7 +21,7 @@ void AppendPart(const quarantine::DataEx::MailPartInfo& part, const std::string&
   bool typed = false;
   for (const auto& header : part.headers) {
     out += Utf8(header.name) + ": " + Utf8(header.value) + "\r\n";
-    if (Utf8(header.name) == "Content-Type") typed = true;
+    if (_stricmp(Utf8(header.name).c_str(), "Content-Type") == 0) typed = true;
   }
   const std::string childBoundary = boundary + ".1";
   if (!typed && !part.contentType.IsEmpty()) {
@@ -218,15 +219,21 @@ uint32_t QuarantineStore::Purge(uint32_t zone, const quarantine::PurgeSettings& 
 }
 
 std::string QuarantineStore::MimeText(const quarantine::DataEx& item) {
-  std::string out;
-  out += "X-Quarantine-Id: " + Utf8(item.id) + "\r\n";
-  out += "Subject: " + Utf8(item.subject) + "\r\n";
-  out += "From: " + Utf8(item.senderEmail) + "\r\n";
+  // The item's own fields stand in for the envelope headers the message
+  // lacks; headers the message has are written as it has them.
+  auto has = [&item](const char* name) {
+    for (const auto& header : item.mainPart.headers)
+      if (_stricmp(Utf8(header.name).c_str(), name) == 0) return true;
+    return false;
+  };
   std::string to;
   for (const kel::StringW& recipient : item.recipientEmails)
     to += (to.empty() ? "" : ", ") + Utf8(recipient);
-  out += "To: " + to + "\r\n";
-  out += "MIME-Version: 1.0\r\n";
+  std::string out = "X-Quarantine-Id: " + Utf8(item.id) + "\r\n";
+  if (!has("Subject")) out += "Subject: " + Utf8(item.subject) + "\r\n";
+  if (!has("From")) out += "From: " + Utf8(item.senderEmail) + "\r\n";
+  if (!has("To")) out += "To: " + to + "\r\n";
+  if (!has("MIME-Version")) out += "MIME-Version: 1.0\r\n";
   AppendPart(item.mainPart, "kelhost", out);
   return out;
 }
