@@ -284,9 +284,10 @@ bool Agent::ReleaseEmails(IPolicyMethod& method) {
   settings.subject = request.subject;
   settings.message = request.message;
   settings.email = request.email;
-  SplitKeywords(request.exclusionKeys,
-                {{L"<local>", &settings.excludeLocalKeys}, {L"<domain>", &settings.excludeDomainKeys}},
-                settings.exclusionKeys);
+  SplitKeywords(
+      request.exclusionKeys,
+      {{L"<local>", &settings.excludeLocalKeys}, {L"<domain>", &settings.excludeDomainKeys}},
+      settings.exclusionKeys);
   SplitKeywords(request.sendTo, {{L"<original>", &settings.sendToOriginalRecipients}},
                 settings.recipients);
   method.SetResult(release_->ReleaseEmails(request.ids, settings, request.context));

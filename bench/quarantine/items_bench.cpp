@@ -51,7 +51,8 @@ kel::List<DataEx> Page() {
     item.antivirusFile = L"report.zip/eicar.com";
     item.mainPart = Part(L"multipart/mixed", L"");
     for (int c = 0; c < 3; ++c) {
-      MailPartInfo& child = item.mainPart.childParts.EmplaceBack(Part(L"multipart/alternative", L""));
+      MailPartInfo& child =
+          item.mainPart.childParts.EmplaceBack(Part(L"multipart/alternative", L""));
       for (int g = 0; g < 2; ++g)
         child.childParts.EmplaceBack(Part(L"text/plain", L"Hello, the report is attached."));
     }

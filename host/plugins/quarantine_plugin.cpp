@@ -177,8 +177,7 @@ class QuarantinePlugin final : public ReferencePlugin, public IQuarantine {
   uint32_t GetFolder(quarantine::Zone zone, kel::StringW& folder) override {
     return Guarded([&] { return store_->GetFolder(zone, folder); });
   }
-  uint32_t SetFolder(quarantine::Zone zone, const kel::StringW& folder,
-                     uint8_t migrate) override {
+  uint32_t SetFolder(quarantine::Zone zone, const kel::StringW& folder, uint8_t migrate) override {
     return Guarded([&] { return store_->SetFolder(zone, folder, migrate != 0); });
   }
   uint32_t DeleteItems(quarantine::Zone zone, const kel::List<kel::StringW>& ids,
@@ -203,8 +202,8 @@ class QuarantinePlugin final : public ReferencePlugin, public IQuarantine {
       for (const kel::StringW& id : Ids(ids)) {
         SavedItem item;
         item.id = id;
-        item.filePath = kel::StringW((std::wstring(folder.c_str()) + L"\\" + id.c_str() +
-                                      L".eml").c_str());
+        item.filePath =
+            kel::StringW((std::wstring(folder.c_str()) + L"\\" + id.c_str() + L".eml").c_str());
         item.error = static_cast<int32_t>(Save(zone, id, item.filePath, deleteAfterSave != 0));
         if (const uint32_t code = saved.AddBack(item)) return code;
       }
@@ -235,8 +234,8 @@ class QuarantinePlugin final : public ReferencePlugin, public IQuarantine {
       return FillItems<Data>(items, page);
     });
   }
-  uint32_t GetItemsEx(quarantine::Zone zone, uint32_t from, uint32_t count,
-                      uint64_t& totalCount, kel::List<DataEx>& items) override {
+  uint32_t GetItemsEx(quarantine::Zone zone, uint32_t from, uint32_t count, uint64_t& totalCount,
+                      kel::List<DataEx>& items) override {
     return Guarded([&] {
       std::vector<DataEx> page;
       if (const uint32_t code = store_->Page(zone, from, count, totalCount, page)) return code;
@@ -426,8 +425,7 @@ class ReleaseEmailPlugin final : public ReferencePlugin, public IReleaseEmail {
         for (const RestoredItem& item : outcome)
           if (item.deleted) replayed.push_back(item.id);
         std::vector<IQuarantine::Error> failed;
-        if (!replayed.empty())
-          store_->Delete(quarantine::kZoneEmails, replayed, context, failed);
+        if (!replayed.empty()) store_->Delete(quarantine::kZoneEmails, replayed, context, failed);
       }
       const auto sinks = sinks_.Snapshot();
       DeliverOnPluginThread([&] {

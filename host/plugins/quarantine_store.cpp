@@ -14,7 +14,9 @@ constexpr uint32_t kBadZone = kPluginBadArgument;
 
 using DeletedItem = QuarantineStore::Sink::DeletedItem;
 
-std::string Utf8(const kel::StringW& text) { return kel::Utf8FromWide(text.c_str(), text.Length()); }
+std::string Utf8(const kel::StringW& text) {
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
 
 void AppendPart(const quarantine::DataEx::MailPartInfo& part, const std::string& boundary,
                 std::string& out) {
@@ -29,7 +31,8 @@ void AppendPart(const quarantine::DataEx::MailPartInfo& part, const std::string&
     if (!part.childParts.IsEmpty()) out += "; boundary=\"" + childBoundary + "\"";
     out += "\r\n";
   }
-  if (!part.name.IsEmpty()) out += "Content-Disposition: attachment; filename=\"" + Utf8(part.name) + "\"\r\n";
+  if (!part.name.IsEmpty())
+    out += "Content-Disposition: attachment; filename=\"" + Utf8(part.name) + "\"\r\n";
   out += "\r\n" + Utf8(part.body) + "\r\n";
   if (part.childParts.IsEmpty()) return;
   // Depth is bounded by the script's JSON, which jsoncpp reads only so deep.

@@ -32,8 +32,7 @@ class QuarantineStore {
   uint32_t Add(uint32_t zone, std::vector<quarantine::DataEx> items);
   // Removes the ids it holds and notifies them with `context`; `failed`
   // receives the others (1168).
-  uint32_t Delete(uint32_t zone, const std::vector<kel::StringW>& ids,
-                  const kel::StringW& context,
+  uint32_t Delete(uint32_t zone, const std::vector<kel::StringW>& ids, const kel::StringW& context,
                   std::vector<quarantine::IQuarantine::Error>& failed);
   // A copy of the item, or false (no such zone or id).
   bool Find(uint32_t zone, const kel::StringW& id, quarantine::DataEx& item);
@@ -58,8 +57,7 @@ class QuarantineStore {
   };
 
   static bool ValidZone(uint32_t zone) { return zone <= quarantine::kZoneFiles; }
-  void NotifyDeleted(uint32_t zone,
-                     const kel::List<Sink::DeletedItem>& deleted);
+  void NotifyDeleted(uint32_t zone, const kel::List<Sink::DeletedItem>& deleted);
 
   std::mutex mutex_;
   Zone zones_[2];

@@ -168,8 +168,8 @@ class IQuarantine : public IKelBaseInterface {
     virtual uint32_t OnItemsAdded(Zone zone, const kel::List<kel::StringW>& ids) = 0;     // 1
     virtual uint32_t OnItemsDeleted(Zone zone, const kel::List<DeletedItem>& items) = 0;  // 2
     virtual uint32_t OnFolderChanged(Zone zone, uint8_t migratedOldContent) = 0;          // 3
-    virtual uint32_t OnEmptied(Zone zone) = 0;                                             // 4
-    virtual uint32_t OnPurgeSettingsChanged(Zone zone) = 0;                                // 5
+    virtual uint32_t OnEmptied(Zone zone) = 0;                                            // 4
+    virtual uint32_t OnPurgeSettingsChanged(Zone zone) = 0;                               // 5
 
    protected:
     ~INotifications() = default;
@@ -259,8 +259,7 @@ class IReleaseEmail : public IKelBaseInterface {
   // Slot 1: sends the listed e-mails as `settings` says. 0 means accepted; the
   // outcome arrives through OnReleaseFinished with `context`.
   virtual uint32_t ReleaseEmails(const kel::List<kel::StringW>& ids,
-                                 const ReleaseSettings& settings,
-                                 const kel::StringW& context) = 0;
+                                 const ReleaseSettings& settings, const kel::StringW& context) = 0;
   // Slot 2: passes the listed e-mails through the transport again, skipping
   // the filters whose exclusion keys are given. The outcome arrives through
   // OnReplayFinished with `context`.

@@ -15,10 +15,10 @@
 namespace {
 
 namespace q = kel::nusdk::MailServers::Quarantine;
-using QuarantineAgent::DataEx;
-using QuarantineAgent::MailPartInfo;
 using q::IQuarantine;
 using q::IReleaseEmail;
+using QuarantineAgent::DataEx;
+using QuarantineAgent::MailPartInfo;
 
 constexpr uint32_t kNotSupported = 50;
 
@@ -57,8 +57,8 @@ class DeepStore final : public IQuarantine {
   uint32_t SaveItem(q::Zone, const kel::StringW&, const kel::StringW&, uint8_t) override {
     return Unsupported();
   }
-  uint32_t SaveItemsToFolder(q::Zone, const kel::List<kel::StringW>&, const kel::StringW&,
-                             uint8_t, kel::List<SavedItem>&) override {
+  uint32_t SaveItemsToFolder(q::Zone, const kel::List<kel::StringW>&, const kel::StringW&, uint8_t,
+                             kel::List<SavedItem>&) override {
     return Unsupported();
   }
   uint32_t GetItem(q::Zone, const kel::StringW&, q::Data&) override { return Unsupported(); }
@@ -212,14 +212,23 @@ TEST_F(QuarantineAgentTest, KeywordsBecomeFlags) {
     Request expected;
   } rows[] = {
       {"nothing optional", false, none, none, {{}, 0, 0, {}, 0}},
-      {"original and one", false, none, Array({"<original>", "a@x.test"}),
+      {"original and one",
+       false,
+       none,
+       Array({"<original>", "a@x.test"}),
        {{}, 0, 0, {L"a@x.test"}, 1}},
       {"original only", false, none, Array({"<original>"}), {{}, 0, 0, {}, 1}},
-      {"keys mixed", false, Array({"K1", "<domain>", "<LOCAL>", "K2"}), Array({"b@x.test"}),
+      {"keys mixed",
+       false,
+       Array({"K1", "<domain>", "<LOCAL>", "K2"}),
+       Array({"b@x.test"}),
        {{L"K1", L"<LOCAL>", L"K2"}, 0, 1, {L"b@x.test"}, 0}},
       {"replay both keywords", true, Array({"<local>", "<domain>"}), none, {{}, 1, 1, {}, 0}},
       {"replay without keys", true, none, none, {{}, 0, 0, {}, 0}},
-      {"replay keyword twice", true, Array({"<local>", "K", "<local>"}), none,
+      {"replay keyword twice",
+       true,
+       Array({"<local>", "K", "<local>"}),
+       none,
        {{L"K"}, 1, 0, {}, 0}},
   };
   for (const auto& row : rows) {

@@ -65,7 +65,9 @@ std::string Written(const Data& item, bool expectWritten = true) {
   return Compact(out);
 }
 
-TEST(ItemWriter, TransportItemHasNoScanPlace) { EXPECT_EQ(Written(SpamItem()), Canonical(kSpamItem)); }
+TEST(ItemWriter, TransportItemHasNoScanPlace) {
+  EXPECT_EQ(Written(SpamItem()), Canonical(kSpamItem));
+}
 
 TEST(ItemWriter, OnDemandItemNamesMailboxFolderAndTask) {
   Data item = SpamItem();
@@ -160,7 +162,8 @@ TEST(ItemWriter, UnnamedCodeStopsTheItem) {
   Data module = SpamItem();
   module.module = 9;
   EXPECT_FALSE(QuarantineAgent::WriteItem(module, out));
-  EXPECT_EQ(Compact(out), Canonical(R"({"detectionPoint": {"location": "Transport"}, "id": "q-1"})"));
+  EXPECT_EQ(Compact(out),
+            Canonical(R"({"detectionPoint": {"location": "Transport"}, "id": "q-1"})"));
 
   Data location = SpamItem();
   location.detectionPoint.location = 2;
