@@ -43,8 +43,10 @@ uint32_t AgentBase::InitSteps(IServMain* main) {
   IComponentManager* components = main ? main->GetComponentManager() : nullptr;
   if (!manager_.GetPlugin(components)) return kel::result::kComponentMissing;
   for (DeclaredPlugin& declared : plugins_) {
-    if (!declared.holder->Acquire(components) && declared.need == PluginNeed::kRequired)
+    if (!declared.holder->Acquire(components) && declared.need == PluginNeed::kRequired) {
+      OnRequiredPluginMissing(declared.holder->ComponentName());
       return kel::result::kComponentMissing;
+    }
   }
   if (const uint32_t code = OnPluginsAcquired()) return code;
   rollback.Dismiss();

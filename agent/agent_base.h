@@ -82,6 +82,13 @@ class AgentBase : public IAgent {
   // fails Init and undoes it.
   virtual uint32_t OnPluginsAcquired() { return 0; }
 
+  // Called when Init fails for want of the required plug-in `component`
+  // (already logged by the holder), for an agent whose console expects a
+  // line of its own.
+  virtual void OnRequiredPluginMissing(const kel::StringW& component) {
+    static_cast<void>(component);
+  }
+
   // The steps behind the slots, without trace or wall, for derived agents to
   // compose (Init's rollback runs UninitSteps).
   uint32_t InitSteps(IServMain* main);

@@ -10,6 +10,7 @@
 // re-Init gets them afresh.
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace EnterpriseIntegration {
 
@@ -31,6 +32,16 @@ class NotificationRegistration {
     if (!plugin) return kNoPlugin;
     const uint32_t code = (plugin->*subscribe)(sink);
     if (code == 0) undo_ = [plugin, unsubscribe, sink] { (plugin->*unsubscribe)(sink); };
+    return code;
+  }
+
+  // The same for a plug-in whose registration takes more than the sink:
+  // `subscribe()` answers a code, and `unsubscribe()` is kept for Reset().
+  template <class Subscribe, class Unsubscribe>
+  uint32_t RegisterWith(Subscribe subscribe, Unsubscribe unsubscribe) {
+    Reset();
+    const uint32_t code = subscribe();
+    if (code == 0) undo_ = std::move(unsubscribe);
     return code;
   }
 

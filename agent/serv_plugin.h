@@ -25,6 +25,7 @@ class PluginHolder {
   virtual bool Acquire(IComponentManager* manager) = 0;
   virtual void Release() noexcept = 0;
   virtual bool Held() const noexcept = 0;
+  virtual const kel::StringW& ComponentName() const noexcept = 0;
   virtual ~PluginHolder() = default;
 };
 
@@ -82,6 +83,7 @@ class ServPlugin final : public PluginHolder {
   T* operator->() const noexcept { return plugin_; }
   explicit operator bool() const noexcept { return plugin_ != nullptr; }
   const kel::StringW& name() const noexcept { return name_; }
+  const kel::StringW& ComponentName() const noexcept override { return name_; }
 
  private:
   IComponentManager* manager_ = nullptr;  // not owned

@@ -273,7 +273,11 @@ void Session::Plugin(const Json::Value& command, Json::Value& reply) {
   reply["available"] = available;
   reply["held"] = Code(parts_.components->Held(name));
   reply["extraReleases"] = Code(parts_.components->UnmatchedReleases(name));
-  if (plugin != nullptr) reply["fail"] = Code(plugin->Failure());
+  if (plugin != nullptr) {
+    reply["fail"] = Code(plugin->Failure());
+    Json::Value requests = plugin->Recorded();
+    if (!requests.isNull()) reply["requests"] = std::move(requests);
+  }
 }
 
 void Session::ManagerOp(const Json::Value& command, Json::Value& reply) {

@@ -10,3 +10,5 @@ KELHOST_PLUGIN(MakeAntispamPlugin)
 KELHOST_PLUGIN(MakeDomainCheckPlugin)
 KELHOST_PLUGIN(MakeAntivirusPlugin)
 KELHOST_PLUGIN(MakeAttachmentPlugin)
+KELHOST_PLUGIN(MakeQuarantinePlugin)
+KELHOST_PLUGIN(MakeReleaseEmailPlugin)  // shares the store made just before it

@@ -50,6 +50,10 @@ class ReferencePlugin {
   // by `data` (members named like the structure's fields).
   virtual NotifyOutcome Notify(const std::string& notification, const Json::Value& data) = 0;
 
+  // What the plug-in recorded of the requests it served, for the `plugin`
+  // reply's "requests"; null when it records nothing.
+  virtual Json::Value Recorded() const { return Json::Value(); }
+
   // While non-zero, every operation of the plug-in answers this code and does
   // nothing else.
   void SetFailure(uint32_t code) noexcept { failure_.store(code); }

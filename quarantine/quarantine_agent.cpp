@@ -1,0 +1,408 @@
+#include "quarantine/quarantine_agent.h"
+
+#include <utility>
+
+#include "agent/keyword_entries.h"
+#include "agent/policy_answer.h"
+#include "frame/logging/log.h"
+#include "quarantine/item_writer.h"
+#include "quarantine/quarantine_requests.h"
+
+namespace QuarantineAgent {
+
+// Every handler has one shape: the whole request loads or the handler answers
+// false (160) without calling a plug-in; otherwise the plug-in's code is the
+// result, and only a 0 writes the output (an output that cannot be written
+// answers 1359 and is cleared).
+using EnterpriseIntegration::AnswerAt;
+using EnterpriseIntegration::AnswerWith;
+using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::LoadInput;
+using EnterpriseIntegration::SaveEnumValue;
+using EnterpriseIntegration::SplitKeywords;
+using q::Zone;
+
+namespace {
+
+bool PutZone(Json::Value& document, Zone zone) {
+  return SaveEnumValue(zone, kZoneNames.view(), document["zone"]);
+}
+
+// Full items own part trees that came from outside: they are let go of
+// without recursion, however deep.
+struct FullItem {
+  DataEx item;
+  ~FullItem() { ReleaseChildParts(item.mainPart); }
+};
+struct FullItems {
+  kel::List<DataEx> items;
+  ~FullItems() {
+    for (DataEx& item : items) ReleaseChildParts(item.mainPart);
+  }
+};
+
+template <class T>
+bool SaveList(const kel::List<T>& list, Json::Value& out) {
+  return JsonSerializer<kel::List<T>>::Save(out, list);
+}
+
+}  // namespace
+
+Agent::Agent(const wchar_t* agentName)
+    : EnterpriseIntegration::Agent<IQuarantine>(agentName, L"QuarantineAgent::Agent"),
+      release_(DeclarePlugin<IReleaseEmail>(
+          kel::nusdk::MailServers::Quarantine::kReleaseEmailComponentName)) {}
+
+EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
+  static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
+      {L"GetFolder", Handle<&Agent::GetFolder>},
+      {L"SetFolder", Handle<&Agent::SetFolder>},
+      {L"DeleteItems", Handle<&Agent::DeleteItems>},
+      {L"SaveItem", Handle<&Agent::SaveItem>},
+      {L"SaveItemsToFolder", Handle<&Agent::SaveItemsToFolder>},
+      {L"GetItemQuick", Handle<&Agent::GetItemQuick>},
+      {L"GetItemFull", Handle<&Agent::GetItemFull>},
+      {L"GetItemsQuick", Handle<&Agent::GetItemsQuick>},
+      {L"GetItemsFull", Handle<&Agent::GetItemsFull>},
+      {L"GetItemIds", Handle<&Agent::GetItemIds>},
+      {L"GetItemsByIdQuick", Handle<&Agent::GetItemsByIdQuick>},
+      {L"GetItemsByIdFull", Handle<&Agent::GetItemsByIdFull>},
+      {L"Empty", Handle<&Agent::Empty>},
+      {L"SetPurgeSettings", Handle<&Agent::SetPurgeSettings>},
+      {L"GetPurgeSettings", Handle<&Agent::GetPurgeSettings>},
+      {L"Purge", Handle<&Agent::Purge>},
+      {L"ReleaseEmails", Handle<&Agent::ReleaseEmails>},
+      {L"ReplayEmails", Handle<&Agent::ReplayEmails>},
+  };
+  return kMethods;
+}
+
+uint32_t Agent::OnPluginsAcquired() {
+  // The release service learns of its sink here, once, rather than with each
+  // request.
+  if (const uint32_t code = storeAdvice_.RegisterWith(
+          [this] { return plugin()->RegisterNotifications(&storeSink_, nullptr); },
+          [plugin = plugin(), sink = &storeSink_] {
+            plugin->UnregisterNotifications(sink, nullptr);
+          }))
+    return code;
+  return releaseAdvice_.Register(release_.get(), &IReleaseEmail::RegisterNotifications,
+                                 &IReleaseEmail::UnregisterNotifications,
+                                 static_cast<IReleaseEmail::INotifications*>(&releaseSink_));
+}
+
+void Agent::OnRequiredPluginMissing(const kel::StringW& component) {
+  logging::Write(logging::kLevelFailure, Qualified(L"Init").c_str(), L"Could not get plug in %s",
+                 component.c_str());
+}
+
+// ---- the store's folder ----
+
+bool Agent::GetFolder(IPolicyMethod& method) {
+  ZoneRequest request;
+  if (!LoadInput(method, request)) return false;
+  kel::StringW folder;
+  const uint32_t code = plugin()->GetFolder(request.zone, folder);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    EnterpriseIntegration::SaveStringValue(folder, document["folder"]);
+    return PutZone(document, request.zone);
+  });
+  return true;
+}
+
+bool Agent::SetFolder(IPolicyMethod& method) {
+  FolderRequest request;
+  if (!LoadInput(method, request)) return false;
+  method.SetResult(
+      plugin()->SetFolder(request.zone, request.folder, request.migrateCurrentContent));
+  return true;
+}
+
+// ---- deleting and saving ----
+
+bool Agent::DeleteItems(IPolicyMethod& method) {
+  DeleteRequest request;
+  if (!LoadInput(method, request)) return false;
+  kel::List<IQuarantine::Error> errors;
+  const uint32_t code = plugin()->DeleteItems(request.zone, request.ids, request.context, errors);
+  AnswerAt(method, code, "errors", errors);
+  return true;
+}
+
+bool Agent::SaveItem(IPolicyMethod& method) {
+  SaveItemRequest request;
+  if (!LoadInput(method, request)) return false;
+  method.SetResult(
+      plugin()->SaveItem(request.zone, request.id, request.filePath, request.deleteAfterSave));
+  return true;
+}
+
+bool Agent::SaveItemsToFolder(IPolicyMethod& method) {
+  SaveToFolderRequest request;
+  if (!LoadInput(method, request)) return false;
+  kel::List<IQuarantine::SavedItem> saved;
+  const uint32_t code = plugin()->SaveItemsToFolder(request.zone, request.ids, request.folder,
+                                                    request.deleteAfterSave, saved);
+  AnswerAt(method, code, "items", saved);
+  return true;
+}
+
+// ---- reading items ----
+
+bool Agent::GetItemQuick(IPolicyMethod& method) {
+  ItemRequest request;
+  if (!LoadInput(method, request)) return false;
+  Data item;
+  const uint32_t code = plugin()->GetItem(request.zone, request.id, item);
+  AnswerWith(method, code, [&](Json::Value& document) { return WriteItem(item, document); });
+  return true;
+}
+
+bool Agent::GetItemFull(IPolicyMethod& method) {
+  ItemRequest request;
+  if (!LoadInput(method, request)) return false;
+  FullItem full;
+  const uint32_t code = plugin()->GetItemEx(request.zone, request.id, full.item);
+  AnswerWith(method, code, [&](Json::Value& document) { return WriteItem(full.item, document); });
+  return true;
+}
+
+bool Agent::GetItemsQuick(IPolicyMethod& method) {
+  PageRequest request;
+  if (!LoadInput(method, request)) return false;
+  uint64_t total = 0;
+  kel::List<Data> items;
+  const uint32_t code = plugin()->GetItems(request.zone, static_cast<uint32_t>(request.from),
+                                           static_cast<uint32_t>(request.count), total, items);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    document["totalCount"] = Json::Value(static_cast<Json::UInt64>(total));
+    return WriteItems(items, document["items"]);
+  });
+  return true;
+}
+
+bool Agent::GetItemsFull(IPolicyMethod& method) {
+  PageRequest request;
+  if (!LoadInput(method, request)) return false;
+  uint64_t total = 0;
+  FullItems full;
+  const uint32_t code =
+      plugin()->GetItemsEx(request.zone, static_cast<uint32_t>(request.from),
+                           static_cast<uint32_t>(request.count), total, full.items);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    document["totalCount"] = Json::Value(static_cast<Json::UInt64>(total));
+    return WriteItems(full.items, document["items"]);
+  });
+  return true;
+}
+
+bool Agent::GetItemIds(IPolicyMethod& method) {
+  PageRequest request;
+  if (!LoadInput(method, request)) return false;
+  uint64_t total = 0;
+  kel::List<kel::StringW> ids;
+  const uint32_t code = plugin()->GetItemIds(request.zone, static_cast<uint32_t>(request.from),
+                                             static_cast<uint32_t>(request.count), total, ids);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    document["totalCount"] = Json::Value(static_cast<Json::UInt64>(total));
+    return SaveList(ids, document["ids"]);
+  });
+  return true;
+}
+
+bool Agent::GetItemsByIdQuick(IPolicyMethod& method) {
+  IdsRequest request;
+  if (!LoadInput(method, request)) return false;
+  kel::List<Data> items;
+  kel::List<IQuarantine::Error> errors;
+  const uint32_t code = plugin()->GetItemsById(request.zone, request.ids, items, errors);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    return WriteItems(items, document["items"]) && SaveList(errors, document["errors"]);
+  });
+  return true;
+}
+
+bool Agent::GetItemsByIdFull(IPolicyMethod& method) {
+  IdsRequest request;
+  if (!LoadInput(method, request)) return false;
+  FullItems full;
+  kel::List<IQuarantine::Error> errors;
+  const uint32_t code = plugin()->GetItemsByIdEx(request.zone, request.ids, full.items, errors);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    return WriteItems(full.items, document["items"]) && SaveList(errors, document["errors"]);
+  });
+  return true;
+}
+
+// ---- emptying and purging ----
+
+bool Agent::Empty(IPolicyMethod& method) {
+  ZoneRequest request;
+  if (!LoadInput(method, request)) return false;
+  method.SetResult(plugin()->Empty(request.zone));
+  return true;
+}
+
+bool Agent::SetPurgeSettings(IPolicyMethod& method) {
+  PurgeRequest request;
+  if (!LoadInput(method, request)) return false;
+  method.SetResult(plugin()->SetPurgeSettings(request.zone, request.settings));
+  return true;
+}
+
+bool Agent::GetPurgeSettings(IPolicyMethod& method) {
+  ZoneRequest request;
+  if (!LoadInput(method, request)) return false;
+  q::PurgeSettings settings;
+  const uint32_t code = plugin()->GetPurgeSettings(request.zone, settings);
+  AnswerWith(method, code, [&](Json::Value& document) {
+    return JsonSerializer<q::PurgeSettings>::Save(document, settings) &&
+           PutZone(document, request.zone);
+  });
+  return true;
+}
+
+bool Agent::Purge(IPolicyMethod& method) {
+  ZoneRequest request;
+  if (!LoadInput(method, request)) return false;
+  q::PurgeSettings settings;
+  uint32_t code = plugin()->GetPurgeSettings(request.zone, settings);
+  if (code == kel::result::kSuccess) code = plugin()->Purge(request.zone, settings);
+  method.SetResult(code);
+  return true;
+}
+
+// ---- release and replay ----
+
+bool Agent::ReleaseEmails(IPolicyMethod& method) {
+  ReleaseRequest request;
+  if (!LoadInput(method, request)) return false;
+  q::ReleaseSettings settings;
+  settings.user = request.user;
+  settings.password = request.password;
+  settings.subject = request.subject;
+  settings.message = request.message;
+  settings.email = request.email;
+  SplitKeywords(
+      request.exclusionKeys,
+      {{L"<local>", &settings.excludeLocalKeys}, {L"<domain>", &settings.excludeDomainKeys}},
+      settings.exclusionKeys);
+  SplitKeywords(request.sendTo, {{L"<original>", &settings.sendToOriginalRecipients}},
+                settings.recipients);
+  method.SetResult(release_->ReleaseEmails(request.ids, settings, request.context));
+  return true;
+}
+
+bool Agent::ReplayEmails(IPolicyMethod& method) {
+  ReplayRequest request;
+  if (!LoadInput(method, request)) return false;
+  kel::List<kel::StringW> keys;
+  uint8_t excludeLocal = 0;
+  uint8_t excludeDomain = 0;
+  SplitKeywords(request.exclusionKeys, {{L"<local>", &excludeLocal}, {L"<domain>", &excludeDomain}},
+                keys);
+  method.SetResult(release_->ReplayEmails(request.ids, request.deleteFromQuarantine, keys,
+                                          excludeLocal, excludeDomain, request.context));
+  return true;
+}
+
+// ---- notifications ----
+
+namespace {
+
+// Builds the body with `write`; nothing is sent unless all of it was written.
+template <class Write>
+void SendWritten(Agent& agent, const wchar_t* event, Write&& write) noexcept {
+  try {
+    Json::Value body(Json::objectValue);
+    if (write(body)) agent.SendEvent(event, body);
+  } catch (...) {
+  }
+}
+
+}  // namespace
+
+void* Agent::StoreSink::QueryInterface(const kel::InterfaceId* iid) {
+  if (iid && (*iid == IID_IKelBaseInterface ||
+              *iid == kel::nusdk::MailServers::Quarantine::IID_IQuarantineNotifications))
+    return static_cast<IQuarantine::INotifications*>(this);
+  return nullptr;
+}
+
+uint32_t Agent::StoreSink::OnItemsAdded(Zone zone, const kel::List<kel::StringW>& ids) {
+  // The event carries the items as they are stored now; ids the store can no
+  // longer read (deleted meanwhile) are left out.
+  SendWritten(agent_, kAddedEvent, [&](Json::Value& body) {
+    IQuarantine* store = agent_.plugin();
+    if (!store) return false;
+    kel::List<Data> items;
+    kel::List<IQuarantine::Error> errors;
+    if (store->GetItemsById(zone, ids, items, errors) != kel::result::kSuccess) return false;
+    return PutZone(body, zone) && WriteItems(items, body["items"]);
+  });
+  return 0;
+}
+
+uint32_t Agent::StoreSink::OnItemsDeleted(Zone zone, const kel::List<DeletedItem>& items) {
+  SendWritten(agent_, kDeletedEvent, [&](Json::Value& body) {
+    return PutZone(body, zone) && SaveList(items, body["items"]);
+  });
+  return 0;
+}
+
+uint32_t Agent::StoreSink::OnFolderChanged(Zone zone, uint8_t migratedOldContent) {
+  SendWritten(agent_, kFolderChangedEvent, [&](Json::Value& body) {
+    IQuarantine* store = agent_.plugin();
+    kel::StringW folder;
+    if (!store || store->GetFolder(zone, folder) != kel::result::kSuccess) return false;
+    EnterpriseIntegration::SaveStringValue(folder, body["newLocation"]);
+    body["migratedOldContent"] = migratedOldContent != 0;
+    return PutZone(body, zone);
+  });
+  return 0;
+}
+
+uint32_t Agent::StoreSink::OnEmptied(Zone zone) {
+  SendWritten(agent_, kEmptyEvent, [&](Json::Value& body) { return PutZone(body, zone); });
+  return 0;
+}
+
+uint32_t Agent::StoreSink::OnPurgeSettingsChanged(Zone zone) {
+  SendWritten(agent_, kPurgeSettingsChangedEvent,
+              [&](Json::Value& body) { return PutZone(body, zone); });
+  return 0;
+}
+
+void* Agent::ReleaseSink::QueryInterface(const kel::InterfaceId* iid) {
+  if (iid && (*iid == IID_IKelBaseInterface ||
+              *iid == kel::nusdk::MailServers::Quarantine::IID_IReleaseEmailNotifications))
+    return static_cast<IReleaseEmail::INotifications*>(this);
+  return nullptr;
+}
+
+namespace {
+
+void SendOutcome(Agent& agent, const wchar_t* event, const kel::StringW& context,
+                 const kel::List<IQuarantine::RestoredItem>& items) {
+  SendWritten(agent, event, [&](Json::Value& body) {
+    EnterpriseIntegration::SaveStringValue(context, body["context"]);
+    return SaveList(items, body["items"]);
+  });
+}
+
+}  // namespace
+
+uint32_t Agent::ReleaseSink::OnReleaseFinished(const kel::StringW& context,
+                                               const kel::List<IQuarantine::RestoredItem>& items) {
+  SendOutcome(agent_, kReleaseEmailsEvent, context, items);
+  return 0;
+}
+
+uint32_t Agent::ReleaseSink::OnReplayFinished(const kel::StringW& context,
+                                              const kel::List<IQuarantine::RestoredItem>& items) {
+  SendOutcome(agent_, kReplayEmailsEvent, context, items);
+  return 0;
+}
+
+}  // namespace QuarantineAgent
