@@ -95,29 +95,6 @@ TEST(JsonPathTest, SavingRefusesAnIndexFarBeyondTheEnd) {
   EXPECT_EQ(doc["list"].size(), 2 + kMaxSaveIndexGap);
 }
 
-TEST(JsonPathTest, TensOfThousandsOfLevelsAreWalkedWithoutRecursion) {
-  constexpr int kLevels = 20000;
-  std::string path;
-  Json::Value deep;
-  Json::Value* current = &deep;
-  for (int i = 0; i < kLevels; ++i) {
-    path += i % 2 == 0 ? "/n" : "\\n";
-    current = &(*current)["n"];
-  }
-  *current = "bottom";
-  const Json::Value* found = FindNode(&deep, path);
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(found->asString(), "bottom");
-
-  Json::Value made(Json::objectValue);
-  Json::Value* slot = ResolveForSave(made, path);
-  ASSERT_NE(slot, nullptr);
-  EXPECT_EQ(FindNode(&made, path), slot);
-
-  json_test::Dismantle(deep);
-  json_test::Dismantle(made);
-}
-
 TEST(JsonNodeRefTest, ChildCarriesItsOwnKeyAndAnElementItsIndex) {
   const Json::Value doc = Parse(kDocument);
   const JsonNodeRef child(JsonNodeRef(&doc), "a/b");
