@@ -154,7 +154,7 @@ class RuleSetTest : public LoggedTest {
     return Edited([&](Json::Value& rule) {
       Json::Value* node = &rule;
       size_t at = 0;
-      for (size_t slash; (slash = path.find('/', at)) != std::string::npos; at = slash + 1) {
+      for (size_t slash = 0; (slash = path.find('/', at)) != std::string::npos; at = slash + 1) {
         node = &(*node)[path.substr(at, slash - at)];
       }
       if (value) {
