@@ -1,7 +1,7 @@
-// The domain-check rule set: permitted senders as IPv4 text, the main action
-// with its target in "address", four secondary actions that all may carry
-// extra data; and the plug-in's slot order. tests/host/domaincheck.jsonl
-// drives it end to end.
+// The domain-check rule set: permitted senders as IPv4 text, four secondary
+// actions that all may carry extra data; and the plug-in's slot order. The
+// main action and the secondary actions' shapes are the antispam ones;
+// tests/host/domaincheck.jsonl refuses the actions this filter lacks.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -74,21 +74,6 @@ TEST_F(DomainCheckRules, PermittedSendersAreFourDottedNumbersAndAPrefix) {
       With("scanSettings/permittedSenders", R"(["1.2.3.4", "010.0.0.1/32", "0.0.0.0/1"])"), set));
   EXPECT_EQ(Compact(Save(set)["rules"][0]["scanSettings"]["permittedSenders"]),
             R"(["1.2.3.4","10.0.0.1/32","0.0.0.0/1"])");
-}
-
-// tests/host/domaincheck.jsonl refuses the rest: a redirect target in "data", the
-// notifications and the SCL header, missing data and extra data.
-TEST_F(DomainCheckRules, ActionsOutsideTheTablesAreRefusedAndUnreadDataIsDropped) {
-  ExpectRefused(With("onDetection/mainAction", R"({"action": "forwardEmail"})"),
-                {"action", "mainAction"}, {"onDetection"});
-  ExpectRefused(With("onDetection/secondaryActions", R"([{"action": "tagSubject", "data": {}}])"),
-                {"data", "secondaryActions[0]", "secondaryActions"}, {"onDetection"});
-
-  const dc::RuleSet::Rule rule = Loaded(With("onDetection", R"({
-      "mainAction": {"action": "deliverEmail", "data": "ignored"},
-      "secondaryActions": [{"action": "tagSubject", "data": "[S]", "extraData": 7}]})"));
-  EXPECT_EQ(Describe(rule.onDetection.mainAction), R"({3 ""})");
-  EXPECT_EQ(Describe(rule.onDetection.secondaryActions), R"([{0 "[S]" "7"},])");
 }
 
 class SlotProbe final : public dc::IDomainCheck {

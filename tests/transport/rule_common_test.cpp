@@ -33,7 +33,6 @@ struct JsonSchema<TestRule> : JsonSchemaBase<TestRule> {
 
 namespace {
 
-using json_test::Compact;
 using json_test::Parse;
 using rule_test::Describe;
 
@@ -114,21 +113,6 @@ TEST_F(RuleHeaderTest, TheHeaderAndScopeTable) {
   TestRule rule;
   EXPECT_FALSE(rule_test::Load(nameless, rule));
   EXPECT_EQ(FailedKeys(), std::vector<std::string>{"name"});
-}
-
-// The stop flag is saved inside "onDetection", the user list as "emails", and
-// an absent condition not at all, so that what is saved loads again.
-TEST_F(RuleHeaderTest, SavedInTheFormThatLoads) {
-  TestRule rule;
-  ASSERT_TRUE(rule_test::Load(RuleWith(R"("stopProcessing": true, "processIf": {
-      "sentTo": {"consider": ["email"], "users": ["u1"]}})"),
-                              rule));
-  EXPECT_EQ(Compact(rule_test::Save(rule)),
-            Compact(Parse(R"({"enabled": true, "name": "r", "description": "",
-      "detectionWithoutScan": false, "processIf": {"traffic": ["incoming", "outgoing", "internal"],
-      "sentTo": {"consider": ["email"], "emails": ["u1"], "groups": [], "wildcards": [],
-                 "domains": []}},
-      "onDetection": {"mainAction": "deliverEmail", "stopProcessing": true}})")));
 }
 
 }  // namespace
