@@ -11,7 +11,6 @@ namespace {
 
 using EnterpriseIntegration::FindNode;
 using EnterpriseIntegration::IsWellFormedPath;
-using EnterpriseIntegration::JsonNodeRef;
 using EnterpriseIntegration::kMaxSaveIndexGap;
 using EnterpriseIntegration::ResolveForSave;
 using json_test::Canonical;
@@ -93,41 +92,6 @@ TEST(JsonPathTest, SavingRefusesAnIndexFarBeyondTheEnd) {
   EXPECT_EQ(doc["list"].size(), 1u);
   ASSERT_NE(ResolveForSave(doc, "list[" + std::to_string(1 + kMaxSaveIndexGap) + "]"), nullptr);
   EXPECT_EQ(doc["list"].size(), 2 + kMaxSaveIndexGap);
-}
-
-TEST(JsonPathTest, TensOfThousandsOfLevelsAreWalkedWithoutRecursion) {
-  constexpr int kLevels = 20000;
-  std::string path;
-  Json::Value deep;
-  Json::Value* current = &deep;
-  for (int i = 0; i < kLevels; ++i) {
-    path += i % 2 == 0 ? "/n" : "\\n";
-    current = &(*current)["n"];
-  }
-  *current = "bottom";
-  const Json::Value* found = FindNode(&deep, path);
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(found->asString(), "bottom");
-
-  Json::Value made(Json::objectValue);
-  Json::Value* slot = ResolveForSave(made, path);
-  ASSERT_NE(slot, nullptr);
-  EXPECT_EQ(FindNode(&made, path), slot);
-
-  json_test::Dismantle(deep);
-  json_test::Dismantle(made);
-}
-
-TEST(JsonNodeRefTest, ChildCarriesItsOwnKeyAndAnElementItsIndex) {
-  const Json::Value doc = Parse(kDocument);
-  const JsonNodeRef child(JsonNodeRef(&doc), "a/b");
-  EXPECT_EQ(child.node(), &doc["a"]["b"]);
-  EXPECT_EQ(child.KeyText(), "a/b");
-  EXPECT_EQ(JsonNodeRef::Element(&doc["a"]["b"][1], "servers", 1).KeyText(), "servers[1]");
-  // Absence carries through, with the key kept for the log.
-  const JsonNodeRef below(JsonNodeRef(JsonNodeRef(&doc), "missing"), "c");
-  EXPECT_TRUE(below.IsAbsent());
-  EXPECT_EQ(below.KeyText(), "c");
 }
 
 }  // namespace

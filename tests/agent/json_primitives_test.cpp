@@ -178,24 +178,38 @@ TEST(JsonEnumTest, EnumerationsMatchNamesExactlyAndUnnamedCodesAreLeftOut) {
   EXPECT_EQ(Compact(out), R"({"action":"deliverEmail"})");
 }
 
+// The strict form needs every name known, the lenient one passes over unknown
+// names; both need at least one known name and refuse what is not a name.
 TEST(JsonEnumTest, FlagSetsAreArraysOfNamesWithAtLeastOneFlag) {
-  const Json::Value doc = Parse(R"({"both": ["outgoing", "incoming"],
-    "upper": ["OUTGOING"], "mixed": ["outgoing", "OUTGOING"],
-    "empty": [], "null": null, "text": "outgoing", "number": [2]})");
-  uint32_t flags = kSentinel32;
-  ASSERT_TRUE(LoadAt(&doc, "both", flags, kTraffic));
-  EXPECT_EQ(flags, 3u);
-  for (const char* key : {"upper", "mixed", "empty", "null", "text", "number", "missing"}) {
-    flags = kSentinel32;
-    EXPECT_FALSE(LoadAt(&doc, key, flags, kTraffic)) << key;
-    EXPECT_EQ(flags, kSentinel32);
+  struct Case {
+    const char* json;
+    std::optional<uint32_t> strict, lenient;
+  };
+  const Case cases[] = {
+      {R"(["outgoing", "incoming"])", 3u, 3u},
+      {R"(["outgoing", "OUTGOING"])", no, 2u},
+      {R"(["outgoing", "nobody", "incoming"])", no, 3u},
+      {R"(["OUTGOING"])", no, no},
+      {"[]", no, no},
+      {"null", no, no},
+      {R"("outgoing")", no, no},
+      {"[2]", no, no},
+      {R"(["outgoing", 2])", no, no},
+      {R"(["outgoing", {}])", no, no},
+      {R"([null, "incoming"])", no, no},
+  };
+  for (const Case& c : cases) {
+    Json::Value doc(Json::objectValue);
+    doc["key"] = Parse(c.json);
+    for (const bool lenient : {false, true}) {
+      const std::optional<uint32_t>& expected = lenient ? c.lenient : c.strict;
+      uint32_t flags = kSentinel32;
+      EXPECT_EQ(LoadAt(&doc, "key", flags, lenient ? kTraffic.SkippingUnknownNames() : kTraffic),
+                expected.has_value())
+          << c.json << " " << lenient;
+      EXPECT_EQ(flags, expected.value_or(kSentinel32)) << c.json << " " << lenient;
+    }
   }
-  // The lenient form passes over unknown names but still needs a known one.
-  constexpr auto lenient = kTraffic.SkippingUnknownNames();
-  ASSERT_TRUE(LoadAt(&doc, "mixed", flags, lenient));
-  EXPECT_EQ(flags, 2u);
-  EXPECT_FALSE(LoadAt(&doc, "upper", flags, lenient));
-  EXPECT_FALSE(LoadAt(&doc, "empty", flags, lenient));
 
   // Saving writes the named bits in ascending code order.
   Json::Value out(Json::objectValue);
@@ -231,42 +245,6 @@ TEST(JsonListTest, AnUnnamedElementSavesAsNullInItsPlace) {
   Json::Value doc(Json::objectValue);
   ASSERT_TRUE(SaveAt(doc, "verdicts", verdicts, kVerdictNames));
   EXPECT_EQ(Compact(doc), R"({"verdicts":["redirectEmail",null,"rejectOrDeleteEmail"]})");
-}
-
-TEST(JsonListTest, AnArrayWithGapsReadsTheGapsAsNull) {
-  // jsoncpp keeps arrays sparse when elements are set by index.
-  Json::Value doc(Json::objectValue);
-  doc["list"][0] = 1u;
-  doc["list"][3] = 4u;
-  kel::List<uint32_t> list;
-  EXPECT_FALSE(LoadAt(&doc, "list", list));
-  EXPECT_EQ(list.Count(), 2u);  // the first element, then the gap that failed
-}
-
-// A set that passes over unknown names still refuses what is not a name at all:
-// a gap, a number, an object.
-TEST(JsonListTest, AFlagSetRefusesElementsThatAreNotNamesEvenWhenSkippingUnknownOnes) {
-  const uint32_t kUntouched = 99;
-  Json::Value doc(Json::objectValue);
-  doc["gap"][0] = "outgoing";
-  doc["gap"][2] = "incoming";
-  for (const char* text : {R"(["outgoing", 2])", R"(["outgoing", {}])", R"([null, "incoming"])"})
-    doc["other"].append(json_test::Parse(text));
-  for (const bool skipping : {false, true}) {
-    const auto table = skipping ? kTraffic.SkippingUnknownNames() : kTraffic;
-    uint32_t flags = kUntouched;
-    EXPECT_FALSE(LoadAt(&doc, "gap", flags, table)) << skipping;
-    for (Json::ArrayIndex i = 0; i < doc["other"].size(); ++i) {
-      const std::string path = "other[" + std::to_string(i) + "]";
-      EXPECT_FALSE(LoadAt(&doc, path.c_str(), flags, table)) << path << " " << skipping;
-    }
-    EXPECT_EQ(flags, kUntouched);
-  }
-  doc["known"] = json_test::Parse(R"(["outgoing", "nobody", "incoming"])");
-  uint32_t flags = 0;
-  EXPECT_FALSE(LoadAt(&doc, "known", flags, kTraffic));
-  ASSERT_TRUE(LoadAt(&doc, "known", flags, kTraffic.SkippingUnknownNames()));
-  EXPECT_EQ(flags, 3u);
 }
 
 TEST(TextConvertTest, InvalidUtf8BecomesOneReplacementPerMaximalBadSequence) {

@@ -1,16 +1,17 @@
 // Structures through their schemas: a rule set shaped like the filters' own
 // (a shared header kept inline, nested objects, a key path, an optional key
 // with a default, an enumeration, a flag set, a list of objects and a
-// cross-field rule), loaded, logged, saved and round-tripped.
+// cross-field rule), loaded, logged and saved; and the engine's one depth
+// test and one size test.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <new>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "agent/json/json_path.h"
 #include "agent/json/json_serializer.h"
 #include "frame/logging/log.h"
 #include "frame/text_convert.h"
@@ -61,38 +62,6 @@ struct Rule {
   kel::StringW dnsAddress;
   uint8_t skipSystemServers = 0;
 };
-struct RuleSet {
-  uint8_t enabled = 0;
-  kel::List<Rule> rules;
-};
-
-template <class T>
-bool operator==(const kel::List<T>& a, const kel::List<T>& b) {
-  if (a.Count() != b.Count()) return false;
-  auto other = b.begin();
-  for (const T& value : a) {
-    if (!(value == *other++)) return false;
-  }
-  return true;
-}
-bool operator==(const Header& a, const Header& b) {
-  return a.enabled == b.enabled && a.name == b.name && a.description == b.description &&
-         a.traffic == b.traffic;
-}
-bool operator==(const Server& a, const Server& b) {
-  return a.address == b.address && a.confidence == b.confidence;
-}
-bool operator==(const Rule& a, const Rule& b) {
-  return a.header == b.header && a.scanSettings.aggressivity == b.scanSettings.aggressivity &&
-         a.scanSettings.checkAuthenticated == b.scanSettings.checkAuthenticated &&
-         a.mainAction.action == b.mainAction.action &&
-         a.mainAction.address == b.mainAction.address && a.stopProcessing == b.stopProcessing &&
-         a.servers == b.servers && a.dnsAddress == b.dnsAddress &&
-         a.skipSystemServers == b.skipSystemServers;
-}
-bool operator==(const RuleSet& a, const RuleSet& b) {
-  return a.enabled == b.enabled && a.rules == b.rules;
-}
 
 }  // namespace test_rules
 
@@ -156,13 +125,6 @@ struct JsonSchema<test_rules::Rule> : JsonSchemaBase<test_rules::Rule> {
   }
 };
 
-template <>
-struct JsonSchema<test_rules::RuleSet> : JsonSchemaBase<test_rules::RuleSet> {
-  using S = test_rules::RuleSet;
-  static constexpr auto kFields = Fields(
-      Required(k::kEnabled,  &S::enabled),   // boolean
-      Required(k::kRules,    &S::rules));    // [Rule]
-};
 // clang-format on
 
 }  // namespace EnterpriseIntegration
@@ -172,38 +134,25 @@ namespace {
 using EnterpriseIntegration::JsonComposedSerializer;
 using EnterpriseIntegration::JsonNodeRef;
 using EnterpriseIntegration::JsonSerializer;
-using json_test::Canonical;
 using json_test::Compact;
 using json_test::Parse;
 using test_rules::Rule;
-using test_rules::RuleSet;
 using test_rules::Verdict;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const char kRuleText[] = R"({
-  "enabled": false,
-  "name": "Block spam",
-  "description": "first rule",
+const char kRuleText[] = R"({"enabled": false, "name": "Block spam", "description": "first rule",
   "traffic": ["incoming", "internal"],
   "scanSettings": {"aggressivity": 3, "checkAuthenticated": true},
-  "onDetection": {
-    "mainAction": {"action": "redirectEmail", "address": "quarantine@example.com"},
-    "stopProcessing": true
-  },
-  "servers": [
-    {"address": "rbl.example.com", "confidence": 80},
-    {"address": "dnsbl.example.org", "confidence": 20}
-  ],
-  "dnsAddress": "10.0.0.53",
-  "skipSystemServers": true
-})";
+  "onDetection": {"mainAction": {"action": "redirectEmail", "address": "quarantine@example.com"},
+                  "stopProcessing": true},
+  "servers": [{"address": "rbl.example.com", "confidence": 80},
+              {"address": "dnsbl.example.org", "confidence": 20}],
+  "dnsAddress": "10.0.0.53", "skipSystemServers": true})";
 
-const char kMinimalRuleText[] = R"({
-  "name": "Minimal",
+const char kMinimalRuleText[] = R"({"name": "Minimal",
   "scanSettings": {"aggressivity": 0, "checkAuthenticated": false},
-  "onDetection": {"mainAction": {"action": "deliverEmail"}}
-})";
+  "onDetection": {"mainAction": {"action": "deliverEmail"}}})";
 
 template <class T>
 bool Load(const Json::Value& doc, T& out) {
@@ -255,36 +204,6 @@ TEST_F(JsonSerializerTest, AbsentOptionalKeysKeepTheCallersValueOrTakeTheirDefau
   EXPECT_TRUE(rule.mainAction.address.IsEmpty());
 }
 
-TEST_F(JsonSerializerTest, BooleansAndStringsAcceptIntegersButNothingElse) {
-  Json::Value doc = Parse(kMinimalRuleText);
-  Rule rule;
-  for (int enabled : {1, 0}) {
-    doc["enabled"] = enabled;
-    ASSERT_TRUE(Load(doc, rule));
-    EXPECT_EQ(rule.header.enabled, enabled);
-  }
-  doc["name"] = 42;
-  ASSERT_TRUE(Load(doc, rule));
-  EXPECT_EQ(rule.header.name, L"42");
-  EXPECT_THAT(LoggedKeys(), IsEmpty());
-
-  doc["enabled"] = "true";
-  EXPECT_FALSE(Load(doc, rule));
-  EXPECT_THAT(LoggedKeys(), ElementsAre("enabled"));
-}
-
-TEST_F(JsonSerializerTest, AnEmptyListLoadsButNullFailsAndAbsenceIsLeftToTheSchema) {
-  Json::Value doc = Parse(kMinimalRuleText);
-  Rule rule;
-  rule.servers.EmplaceBack();
-  doc["servers"] = Json::Value(Json::arrayValue);
-  ASSERT_TRUE(Load(doc, rule));
-  EXPECT_TRUE(rule.servers.IsEmpty());
-  doc["servers"] = Json::Value();
-  EXPECT_FALSE(Load(doc, rule));
-  EXPECT_THAT(LoggedKeys(), ElementsAre("servers"));
-}
-
 // Each failure names the failing key first, then every enclosing key.
 TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne) {
   struct Case {
@@ -323,18 +242,6 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
     Rule rule;
     EXPECT_FALSE(Load(doc, rule));
     EXPECT_EQ(LoggedKeys(), c.keys);
-
-    // One level up, inside a rule set, the element and the list follow.
-    Json::Value set(Json::objectValue);
-    set["enabled"] = true;
-    set["rules"].append(Parse(kMinimalRuleText));
-    set["rules"].append(doc);
-    RuleSet rules;
-    EXPECT_FALSE(Load(set, rules));
-    std::vector<std::string> keys = c.keys;
-    keys.push_back("rules[1]");
-    keys.push_back("rules");
-    EXPECT_EQ(LoggedKeys(), keys);
   }
 
   // What loaded before the failing key stays; nothing after it is reached.
@@ -391,15 +298,9 @@ TEST(JsonSerializerWithoutLoggingTest, FailuresWriteNothingAndBindNothing) {
   EXPECT_EQ(::GetModuleHandleW(L"log.dll"), nullptr);
 }
 
-TEST_F(JsonSerializerTest, SavesEveryKeyAndReadsItBack) {
-  Rule rule;
-  ASSERT_TRUE(Load(Parse(kRuleText), rule));
-  EXPECT_THAT(LoggedKeys(), IsEmpty());
-  const Json::Value saved = Save(rule);
-  EXPECT_EQ(Compact(saved), Canonical(kRuleText));
-
-  // Optional keys are written too, an empty list as []; a code without a name
-  // leaves only its own key out; the target is replaced.
+TEST_F(JsonSerializerTest, SavesOptionalKeysAndLeavesOutOnlyAnUnnamedCode) {
+  // (The size test saves a full rule.) Optional keys are written too, an empty list as []; a code
+  // without a name leaves only its own key out; the target is replaced.
   Rule minimal;
   ASSERT_TRUE(Load(Parse(kMinimalRuleText), minimal));
   minimal.mainAction.action = static_cast<Verdict>(17);
@@ -454,142 +355,41 @@ TEST_F(JsonSerializerTest, NoExceptionLeavesALoadOrASave) {
   EXPECT_EQ(out.asString(), "kept");
 }
 
-// Shapes the rules' other schemas need: a shared base, keys read in one form
-// and written in another.
-struct Base {
-  kel::StringW name;
-};
-struct Derived : Base {
-  kel::List<kel::StringW> users;
-};
-
-}  // namespace
-
-namespace EnterpriseIntegration {
-template <>
-struct JsonSchema<Base> : JsonSchemaBase<Base> {
-  static constexpr auto kFields = Fields(Required(k::kName, &Base::name));
-};
-// The user list is read from "emails", or from "users" when that is there,
-// and always written as "emails".
-template <>
-struct JsonSchema<Derived> : JsonSchemaBase<Derived> {
-  static constexpr auto kFields = Fields(InlineBase<Base>(), Optional(k::kEmails, &Derived::users),
-                                         Optional(k::kUsers, &Derived::users, kLoadOnly));
-};
-}  // namespace EnterpriseIntegration
-
-namespace {
-
-TEST(JsonSchemaShapesTest, BaseKeysInlineAndALoadOnlyKey) {
-  Derived both;
-  ASSERT_TRUE(Load(Parse(R"({"name": "n", "users": ["u"], "emails": ["e1", "e2"]})"), both));
-  EXPECT_EQ(both.name, L"n");
-  ASSERT_EQ(both.users.Count(), 1u);
-  EXPECT_EQ(*both.users.FirstConst(), L"u");
-  EXPECT_EQ(Compact(Save(both)), R"({"emails":["u"],"name":"n"})");
-
-  Derived emails;
-  ASSERT_TRUE(Load(Parse(R"({"name": "n", "emails": ["e1", "e2"]})"), emails));
-  EXPECT_EQ(emails.users.Count(), 2u);
-  EXPECT_FALSE(Load(Parse(R"({"emails": []})"), emails));
-}
-
-// Random rules within the schema's rules: every text a JSON string can carry,
-// booleans as 0 or 1, codes that have names.
-class RuleGenerator {
- public:
-  explicit RuleGenerator(uint32_t seed) : random_(seed) {}
-
-  kel::StringW Text() {
-    static const wchar_t kPool[] = L"aZ09 _-./\\\"'{}[]:,\u00E9\u00DF\u20AC\u4E2D\x7F\x01\t\n";
-    kel::StringW text;
-    const uint32_t length = Below(12);
-    for (uint32_t i = 0; i < length; ++i) {
-      const uint32_t pick = Below(sizeof kPool / sizeof kPool[0]);  // the last one is the zero
-      if (pick + 1 == sizeof kPool / sizeof kPool[0] && Below(2) == 0) {
-        text += L"\xD83D\xDE00";  // a character beyond the BMP
-      } else {
-        text.AppendChar(kPool[pick]);
-      }
-    }
-    return text;
-  }
-
-  Rule MakeRule() {
-    Rule rule;
-    rule.header.enabled = static_cast<uint8_t>(Below(2));
-    rule.header.name = Text();
-    rule.header.description = Text();
-    rule.header.traffic = 1 + Below(7);
-    rule.scanSettings.aggressivity = static_cast<uint32_t>(random_());
-    rule.scanSettings.checkAuthenticated = static_cast<uint8_t>(Below(2));
-    rule.mainAction.action = static_cast<Verdict>(Below(4));
-    if (rule.mainAction.action == Verdict::kRedirect) rule.mainAction.address = Text();
-    rule.stopProcessing = static_cast<uint8_t>(Below(2));
-    for (uint32_t i = Below(4); i > 0; --i) {
-      test_rules::Server& server = rule.servers.EmplaceBack();
-      server.address = Text();
-      server.confidence = static_cast<uint32_t>(random_());
-    }
-    rule.dnsAddress = Text();
-    rule.skipSystemServers = static_cast<uint8_t>(Below(2));
-    if (!EnterpriseIntegration::JsonSchema<Rule>::Check(rule)) rule.dnsAddress = L"dns";
-    return rule;
-  }
-
-  RuleSet MakeRuleSet() {
-    RuleSet set;
-    set.enabled = static_cast<uint8_t>(Below(2));
-    for (uint32_t i = Below(6); i > 0; --i) set.rules.EmplaceBack(MakeRule());
-    return set;
-  }
-
- private:
-  uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
-
-  std::mt19937 random_;
-};
-
-TEST(JsonRoundTripTest, GeneratedRuleSetsSurviveSaveAndLoad) {
-  RuleGenerator generator(20240601);
-  for (int i = 0; i < 100; ++i) {
-    const RuleSet original = generator.MakeRuleSet();
-    const Json::Value saved = Save(original);
-    RuleSet loaded;
-    ASSERT_TRUE(Load(saved, loaded)) << Compact(saved);
-    ASSERT_TRUE(loaded == original) << Compact(saved);
-    ASSERT_EQ(Compact(Save(loaded)), Compact(saved));
-  }
-}
-
-// A chain of `levels` single-member objects or single-element arrays, built
-// without recursion; take it apart with json_test::Dismantle.
-Json::Value Chain(int levels, bool arrays) {
-  Json::Value root;
-  Json::Value* current = &root;
-  for (int i = 0; i < levels; ++i) {
-    current = arrays ? &current->append(Json::Value()) : &(*current)["n"];
-  }
-  *current = "bottom";
-  return root;
-}
-
-TEST(JsonDepthTest, DeepValuesWhereTheSchemaWantsSomethingElseFailCleanly) {
+// Tens of thousands of levels: key paths are walked without recursion both
+// ways, and a deep value where the schema wants a string or a list fails
+// cleanly. jsoncpp itself recurses, so the chains are built and taken apart
+// one level at a time, never copied.
+TEST(JsonDepthTest, TensOfThousandsOfLevels) {
   constexpr int kLevels = 50000;
-  for (const char* key : {"name", "servers"}) {
-    for (bool arrays : {false, true}) {
-      SCOPED_TRACE(std::string(key) + (arrays ? " arrays" : " objects"));
+  for (bool arrays : {false, true}) {
+    Json::Value deep;
+    Json::Value* current = &deep;
+    std::string path;
+    for (int i = 0; i < kLevels; ++i) {
+      current = arrays ? &current->append(Json::Value()) : &(*current)["n"];
+      path += i % 2 == 0 ? "/n" : "\\n";
+    }
+    *current = "bottom";
+    if (!arrays) {
+      const Json::Value* found = EnterpriseIntegration::FindNode(&deep, path);
+      ASSERT_NE(found, nullptr);
+      EXPECT_EQ(found->asString(), "bottom");
+      Json::Value made(Json::objectValue);
+      Json::Value* slot = EnterpriseIntegration::ResolveForSave(made, path);
+      ASSERT_NE(slot, nullptr);
+      EXPECT_EQ(EnterpriseIntegration::FindNode(&made, path), slot);
+      json_test::Dismantle(made);
+    }
+    for (const char* key : {"name", "servers"}) {
       Json::Value doc = Parse(kRuleText);
-      Json::Value deep = Chain(kLevels, arrays);
       doc[key].swap(deep);
       Rule rule;
       bool loaded = true;
-      EXPECT_NO_THROW(loaded = Load(doc, rule));
-      EXPECT_FALSE(loaded);
+      EXPECT_NO_THROW(loaded = Load(doc, rule)) << key;
+      EXPECT_FALSE(loaded) << key;
       doc[key].swap(deep);
-      json_test::Dismantle(deep);
     }
+    json_test::Dismantle(deep);
   }
 }
 
@@ -598,22 +398,16 @@ TEST(JsonSizeTest, AHundredThousandElementsAndAMegabyteStringRoundTrip) {
   Json::Value& servers = doc["servers"];
   servers = Json::Value(Json::arrayValue);
   for (uint32_t i = 0; i < 100000; ++i) {
-    Json::Value server(Json::objectValue);
+    Json::Value& server = servers.append(Json::Value(Json::objectValue));
     server["address"] = "rbl" + std::to_string(i) + ".example.com";
     server["confidence"] = i;
-    servers.append(std::move(server));
   }
   doc["description"] = std::string(1 << 20, 'd');
   Rule rule;
   ASSERT_TRUE(Load(doc, rule));
   ASSERT_EQ(rule.servers.Count(), 100000u);
   EXPECT_EQ(rule.header.description.Length(), 1u << 20);
-  const Json::Value saved = Save(rule);
-  EXPECT_EQ(Compact(saved["servers"][99999]),
-            R"({"address":"rbl99999.example.com","confidence":99999})");
-  Rule again;
-  ASSERT_TRUE(Load(saved, again));
-  EXPECT_TRUE(again == rule);
+  EXPECT_EQ(Compact(Save(rule)), Compact(doc));
 
   // One bad element at the very end still fails the whole list.
   doc["servers"][99999]["confidence"] = -1.5;
