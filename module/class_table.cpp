@@ -1,6 +1,7 @@
 // The module's creatable classes, one static declaration each, in the order
 // they register at start-up. One translation unit keeps that order defined.
 #include "frame/exported_declaration.h"
+#include "groups/groups_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -17,5 +18,6 @@ ExportedSingletonDeclaration<ConnectionFilter::ConnectionAgent> g_connection(
     L"MailServers.Connection");
 ExportedSingletonDeclaration<Content::Agent> g_content(L"MailServers.Content");
 ExportedSingletonDeclaration<DomainCheck::Agent> g_domainCheck(L"MailServers.DomainCheck");
+ExportedSingletonDeclaration<GroupsManagerAgent::Agent> g_groups(L"MailServers.Groups");
 ExportedSingletonDeclaration<Transport::Agent> g_transport(L"MailServers.Transport");
 }  // namespace
