@@ -1,6 +1,7 @@
 #include "groups/groups_schema.h"
 
 #include <cwchar>
+#include <cwctype>
 
 namespace GroupsManagerAgent {
 namespace {

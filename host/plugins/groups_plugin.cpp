@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "host/plugins/reference_plugin.h"
-#include "host/plugins/structure_json.h"
+#include "frame/text_convert.h"
 #include "sdk/kel_base_interface.h"
 #include "sdk/mailservers/groups.h"
 
