@@ -6,6 +6,7 @@
 // pages by size.
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "agent/json/json_serializer.h"
 #include "frame/guid.h"

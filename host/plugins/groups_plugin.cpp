@@ -191,14 +191,18 @@ class GroupsPlugin final : public ReferencePlugin, public IGroups {
 
   uint32_t DeleteGroup(const kel::Guid& id) override {
     if (const uint32_t code = Failure()) return code;
-    std::lock_guard<std::mutex> lock(mutex_);
-    for (auto it = groups_.begin(); it != groups_.end(); ++it) {
-      if (it->id == id) {
-        groups_.erase(it);
-        return 0;
+    try {
+      std::lock_guard<std::mutex> lock(mutex_);
+      for (auto it = groups_.begin(); it != groups_.end(); ++it) {
+        if (it->id == id) {
+          groups_.erase(it);
+          return 0;
+        }
       }
+      return kNotFound;
+    } catch (...) {
+      return kPluginInternalError;
     }
-    return kNotFound;
   }
 
   uint32_t GetGroup(const kel::Guid& id, Group& group) override {
@@ -298,9 +302,13 @@ class GroupsPlugin final : public ReferencePlugin, public IGroups {
 
   uint32_t GetSyncStatus(SyncStatus& status) override {
     if (const uint32_t code = Failure()) return code;
-    std::lock_guard<std::mutex> lock(mutex_);
-    status = status_;
-    return 0;
+    try {
+      std::lock_guard<std::mutex> lock(mutex_);
+      status = status_;
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
   }
 
   uint32_t RegisterNotifications(Sink* sink) override {
