@@ -1,7 +1,8 @@
 // The groups agent against a recording plug-in: bad input reaches nothing,
-// and a refused sink fails Init. What each method hands the reference
-// plug-in, its codes passed through and the events of a run are proven end to
-// end in tests/host/groups*.jsonl.
+// a refused sink fails Init, and the slot orders of the plug-in and of the
+// agent's sink hold. What each method hands the reference plug-in, its codes
+// passed through and the events of a run are proven end to end in
+// tests/host/groups*.jsonl.
 #include <gtest/gtest.h>
 
 #include <cwchar>
@@ -12,6 +13,7 @@
 #include "groups/groups_agent.h"
 #include "tests/agent/fakes.h"
 #include "tests/agent/json_test_util.h"
+#include "tests/support/vtable.h"
 
 namespace {
 
@@ -46,13 +48,17 @@ class RecordingGroups : public sdk::IGroups {
   }
   uint32_t Synchronize(const kel::List<kel::Guid>&) override { return Note("Synchronize"); }
   uint32_t GetSyncStatus(sdk::SyncStatus&) override { return Note("GetSyncStatus"); }
-  uint32_t RegisterNotifications(INotifications*) override { return Note("RegisterNotifications"); }
+  uint32_t RegisterNotifications(INotifications* registered) override {
+    sink = registered;
+    return Note("RegisterNotifications");
+  }
   uint32_t UnregisterNotifications(INotifications*) override {
     return Note("UnregisterNotifications");
   }
 
   std::vector<std::string> calls;
   uint32_t code = 0;
+  INotifications* sink = nullptr;
 
  private:
   uint32_t Note(std::string call) {
@@ -143,6 +149,47 @@ TEST_F(GroupsAgent, ARefusedRegistrationFailsInitAndHoldsNothing) {
   EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
   EXPECT_EQ(Run(L"GetSyncStatus"), 21u);
   EXPECT_EQ(Calls(), CallList{"RegisterNotifications"});
+}
+
+TEST_F(GroupsAgent, SlotOrderOfThePluginAndOfTheSink) {
+  using kel::test::CallSlot;
+  sdk::IGroups* object = &plugin_;
+  sdk::GroupSettings settings;
+  kel::List<kel::StringW> members;
+  kel::List<kel::Guid> ids;
+  kel::Guid id;
+  sdk::Group group;
+  uint64_t total = 0;
+  kel::List<sdk::GroupInfo> page;
+  sdk::SyncStatus status;
+  CallSlot<uint32_t>(object, 1, &settings, &members, &id);
+  CallSlot<uint32_t>(object, 2, &id, &settings);
+  CallSlot<uint32_t>(object, 3, &id);
+  CallSlot<uint32_t>(object, 4, &id, &group);
+  CallSlot<uint32_t>(object, 5, 0u, 10u, &total, &page);
+  CallSlot<uint32_t>(object, 6, &id, &members);
+  CallSlot<uint32_t>(object, 7, &id, &members);
+  CallSlot<uint32_t>(object, 8, &ids);
+  CallSlot<uint32_t>(object, 9, &status);
+  CallSlot<uint32_t>(object, 11, plugin_.sink);
+  CallSlot<uint32_t>(object, 10, plugin_.sink);
+  EXPECT_EQ(Calls(), (CallList{"AddGroup", "UpdateGroup", "DeleteGroup", "GetGroup", "GetGroups",
+                               "AddMembers", "RemoveMembers", "Synchronize", "GetSyncStatus",
+                               "UnregisterNotifications", "RegisterNotifications"}));
+
+  ASSERT_NE(plugin_.sink, nullptr);
+  sdk::GroupSyncResult result;
+  sdk::SyncSummary summary;
+  EXPECT_EQ(CallSlot<uint32_t>(plugin_.sink, 1, 3u), 0u);
+  EXPECT_EQ(CallSlot<uint32_t>(plugin_.sink, 2, &result), 0u);
+  EXPECT_EQ(CallSlot<uint32_t>(plugin_.sink, 3, &result), 0u);
+  EXPECT_EQ(CallSlot<uint32_t>(plugin_.sink, 4, &summary), 0u);
+  std::vector<std::string> names;
+  for (const kelhost::ReceivedEvent& event : manager_.TakeEvents()) names.push_back(event.name);
+  EXPECT_EQ(names,
+            (std::vector<std::string>{
+                "MailServers.Groups.ADSyncStarted", "MailServers.Groups.ADGroupSyncStarted",
+                "MailServers.Groups.ADGroupSyncFinished", "MailServers.Groups.ADSyncFinished"}));
 }
 
 }  // namespace
