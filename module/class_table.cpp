@@ -2,6 +2,7 @@
 // they register at start-up. One translation unit keeps that order defined.
 #include "frame/exported_declaration.h"
 #include "quarantine/quarantine_agent.h"
+#include "groups/groups_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -19,5 +20,6 @@ ExportedSingletonDeclaration<ConnectionFilter::ConnectionAgent> g_connection(
 ExportedSingletonDeclaration<Content::Agent> g_content(L"MailServers.Content");
 ExportedSingletonDeclaration<DomainCheck::Agent> g_domainCheck(L"MailServers.DomainCheck");
 ExportedSingletonDeclaration<QuarantineAgent::Agent> g_quarantine(L"MailServers.Quarantine");
+ExportedSingletonDeclaration<GroupsManagerAgent::Agent> g_groups(L"MailServers.Groups");
 ExportedSingletonDeclaration<Transport::Agent> g_transport(L"MailServers.Transport");
 }  // namespace

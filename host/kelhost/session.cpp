@@ -91,7 +91,7 @@ const std::map<std::string, Session::Op>& Session::Ops() {
   static const char* const kCall[] = {"agent",      "method",       "input",
                                       "policyId",   "nullPolicy",   "nullInput",
                                       "nullOutput", "nullAccessor", nullptr};
-  static const char* const kPlugin[] = {"name", "available", "fail", nullptr};
+  static const char* const kPlugin[] = {"name", "available", "fail", "directory", nullptr};
   static const char* const kManager[] = {"register", nullptr};
   static const char* const kNotify[] = {"plugin", "notification", "data", nullptr};
   static const char* const kEvents[] = {"count", "waitMs", nullptr};
@@ -262,6 +262,13 @@ void Session::Plugin(const Json::Value& command, Json::Value& reply) {
   const std::wstring name = kel::WideFromUtf8(RequiredString(command, "name"));
   const bool available = OptionalBool(command, "available", parts_.components->IsAvailable(name));
   ReferencePlugin* plugin = parts_.plugins->Find(name);
+  if (const Json::Value* directory = Field(command, "directory")) {
+    if (plugin == nullptr) {
+      throw OpError{"unknown plugin", "kelhost has no plug-in " + Quoted(kel::Utf8FromWide(name))};
+    }
+    std::string problem;
+    if (!plugin->SetDirectory(*directory, problem)) throw OpError{"bad field", problem};
+  }
   if (const Json::Value* fail = Field(command, "fail")) {
     const uint32_t code = UInt32Of(*fail, "fail");
     if (plugin == nullptr) {

@@ -5,6 +5,7 @@
 KELHOST_PLUGIN(MakeSamplePlugin)
 KELHOST_PLUGIN(MakeConnectionPlugin)
 KELHOST_PLUGIN(MakeContentPlugin)
+KELHOST_PLUGIN(MakeGroupsPlugin)
 KELHOST_PLUGIN(MakeTransportPlugin)
 KELHOST_PLUGIN(MakeAntispamPlugin)
 KELHOST_PLUGIN(MakeDomainCheckPlugin)

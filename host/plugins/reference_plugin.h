@@ -59,6 +59,15 @@ class ReferencePlugin {
   void SetFailure(uint32_t code) noexcept { failure_.store(code); }
   uint32_t Failure() const noexcept { return failure_.load(); }
 
+  // The `plugin` op's "directory": the directory groups, by DN, that a
+  // plug-in synchronising with a directory reads from. False, with
+  // `problem` set, for data it cannot take, or when it has no directory.
+  virtual bool SetDirectory(const Json::Value& directory, std::string& problem) {
+    static_cast<void>(directory);
+    problem = "this plug-in has no directory";
+    return false;
+  }
+
  private:
   std::atomic<uint32_t> failure_{0};
 };
