@@ -1,6 +1,8 @@
 // The module's creatable classes, one static declaration each, in the order
 // they register at start-up. One translation unit keeps that order defined.
 #include "frame/exported_declaration.h"
+#include "ondemand/kel_ondemand_agent.h"
+#include "ondemand/ondemand_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -18,4 +20,11 @@ ExportedSingletonDeclaration<ConnectionFilter::ConnectionAgent> g_connection(
 ExportedSingletonDeclaration<Content::Agent> g_content(L"MailServers.Content");
 ExportedSingletonDeclaration<DomainCheck::Agent> g_domainCheck(L"MailServers.DomainCheck");
 ExportedSingletonDeclaration<Transport::Agent> g_transport(L"MailServers.Transport");
+ExportedObjectDeclaration<MailServers::KelOnDemandAgent> g_kelOnDemand(
+    kel::WholeClassName{MailServers::kKelOnDemandClassName});
+// Declared twice, as the host has always seen it: the second registration is
+// refused (183) and ignored, so the first serves every create.
+ExportedSingletonDeclaration<MailServers::OnDemandAgent> g_onDemand(MailServers::kOnDemandAgentName);
+ExportedSingletonDeclaration<MailServers::OnDemandAgent> g_onDemandAgain(
+    MailServers::kOnDemandAgentName);
 }  // namespace

@@ -50,6 +50,8 @@ class RecordingAntivirus final : public av::IAntivirus {
   }
   uint32_t SetRules(const av::TransportRuleSet&) override { return Record("SetRules"); }
   uint32_t GetRules(av::TransportRuleSet&) override { return Record("GetRules"); }
+  uint32_t SetTaskRules(const kel::Guid&, const av::RuleSet&) override { return Record("SetTaskRules"); }
+  uint32_t GetTaskRules(const kel::Guid&, av::RuleSet&) override { return Record("GetTaskRules"); }
 
   std::vector<std::string> calls;
   uint32_t code = 0;
