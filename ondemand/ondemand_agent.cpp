@@ -354,6 +354,8 @@ void OnDemandAgent::SendScanLog(const kel::Guid& id, const IOnDemand::RunStatist
 }
 
 uint32_t OnDemandAgent::OnTaskChanged(const kel::Guid& id, uint32_t changeType) {
+  // A RunTask waiting for a deleted task would otherwise wait until the stop.
+  if (changeType == IOnDemand::kTaskDeleted) running_.Release(id);
   try {
     Json::Value body(Json::objectValue);
     body["id"] = GuidText(id);

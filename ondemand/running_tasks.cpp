@@ -40,6 +40,12 @@ void RunningTasks::OnTaskStopped(
   ::SetEvent(found->second.event);
 }
 
+void RunningTasks::Release(const kel::Guid& id) noexcept {
+  kel::CriticalSectionLock lock(lock_);
+  auto found = waiters_.find(id);
+  if (found != waiters_.end()) ::SetEvent(found->second.event);
+}
+
 void RunningTasks::StopAndDrain() noexcept {
   ::SetEvent(stop_.get());
   while (Waiting() != 0) ::Sleep(kDrainPollMs);

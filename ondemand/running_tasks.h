@@ -32,6 +32,10 @@ class RunningTasks {
   void OnTaskStopped(const kel::Guid& id, const kel::nusdk::MailServers::IOnDemand::RunStatistics&
                                               statistics) noexcept;
 
+  // The run of `id` will never report its end (its task was deleted): its
+  // caller, if one waits, is released without a status (1627).
+  void Release(const kel::Guid& id) noexcept;
+
   // Releases every caller with 1067 and refuses new ones, then returns once
   // none is left. Every waiter leaves promptly once stopping, so no bound.
   void StopAndDrain() noexcept;
