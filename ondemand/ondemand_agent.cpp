@@ -221,14 +221,17 @@ bool OnDemandAgent::GetUser(IPolicyMethod& method) {
   return true;
 }
 
-// Blocks the caller until the run ends: whatever StartTask answered, the wait
-// decides the result (a run already going may still be waited for).
+// Blocks the caller until the run ends. The caller waits from before the
+// start, so that a run ending at once is not missed; whatever StartTask
+// answers, the wait decides the result (a run already going may still be
+// waited for). A second caller for one task is refused before any start.
 bool OnDemandAgent::RunTask(IPolicyMethod& method) {
   StartRequest request;
   if (!LoadInput(method, request)) return false;
-  method.SetResult(
-      plugin()->StartTask(request.taskId, WrapContext(Utf8(request.context), PolicyIdOf(method))));
-  method.SetResult(running_.WaitForCompletion(request.taskId));
+  const kel::StringW context = WrapContext(Utf8(request.context), PolicyIdOf(method));
+  method.SetResult(running_.WaitForCompletion(request.taskId, [&] {
+    method.SetResult(plugin()->StartTask(request.taskId, context));
+  }));
   return true;
 }
 

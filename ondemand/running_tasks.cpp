@@ -7,7 +7,7 @@ namespace MailServers {
 
 RunningTasks::RunningTasks() : stop_(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
-uint32_t RunningTasks::WaitForCompletion(const kel::Guid& id) {
+uint32_t RunningTasks::WaitForCompletion(const kel::Guid& id, const std::function<void()>& start) {
   kel::UniqueEvent done(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
   if (!done || !stop_) return kel::result::kFunctionFailed;
   {
@@ -20,6 +20,9 @@ uint32_t RunningTasks::WaitForCompletion(const kel::Guid& id) {
     kel::CriticalSectionLock lock(lock_);
     waiters_.erase(id);
   });
+  // A stopped agent starts nothing more.
+  if (::WaitForSingleObject(stop_.get(), 0) == WAIT_OBJECT_0) return kel::result::kServiceStopping;
+  if (start) start();
   const HANDLE handles[] = {stop_.get(), done.get()};
   const DWORD woke = ::WaitForMultipleObjects(2, handles, FALSE, INFINITE);
   if (woke == WAIT_OBJECT_0) return kel::result::kServiceStopping;

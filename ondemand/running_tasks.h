@@ -3,6 +3,7 @@
 // the run it started, and lets the agent's stop wait until no such caller is
 // left. One caller at most waits for a task.
 #include <cstdint>
+#include <functional>
 #include <map>
 
 #include "frame/critical_section.h"
@@ -26,7 +27,11 @@ class RunningTasks {
   // reported; 1067 when the agent stops first, or stopped already; 5023 at
   // once when another caller already waits for `id`; 1627 when the wait ended
   // without a status.
-  uint32_t WaitForCompletion(const kel::Guid& id);
+  //
+  // `start`, when given, runs once the caller is registered and before it
+  // waits (not at all for a refused caller): a run that ends as soon as it
+  // starts still finds its caller waiting.
+  uint32_t WaitForCompletion(const kel::Guid& id, const std::function<void()>& start = nullptr);
 
   // The plug-in reports the end of a run: wakes its caller, if one waits.
   void OnTaskStopped(const kel::Guid& id, const kel::nusdk::MailServers::IOnDemand::RunStatistics&

@@ -40,10 +40,20 @@ TEST(RunningTasks, TheRunsStatusEndsTheWait) {
   EXPECT_EQ(tasks.Waiting(), 0u);
 }
 
-TEST(RunningTasks, ASecondWaiterForOneTaskIsRefusedAtOnce) {
+TEST(RunningTasks, ARunEndingAsItStartsIsNotMissed) {
+  RunningTasks tasks;
+  EXPECT_EQ(tasks.WaitForCompletion(
+                Id(1), [&tasks] { tasks.OnTaskStopped(Id(1), Status(IOnDemand::kRunInterrupted)); }),
+            static_cast<uint32_t>(IOnDemand::kRunInterrupted));
+}
+
+TEST(RunningTasks, ASecondWaiterForOneTaskIsRefusedAtOnceWithoutStarting) {
   RunningTasks tasks;
   auto first = WaitInBackground(tasks, Id(1));
-  EXPECT_EQ(tasks.WaitForCompletion(Id(1)), kel::result::kInvalidState);
+  bool started = false;
+  EXPECT_EQ(tasks.WaitForCompletion(Id(1), [&started] { started = true; }),
+            kel::result::kInvalidState);
+  EXPECT_FALSE(started);
   tasks.OnTaskStopped(Id(1), Status(IOnDemand::kRunError));
   ASSERT_EQ(first.wait_for(kSettle), std::future_status::ready);
   EXPECT_EQ(first.get(), static_cast<uint32_t>(-1));
