@@ -1,6 +1,7 @@
 // The task document both ways, and what the plug-in reports about runs.
 #include <gtest/gtest.h>
 
+#include "ondemand/ondemand_requests.h"
 #include "ondemand/task_context.h"
 #include "ondemand/task_schema.h"
 #include "tests/ondemand/ondemand_test_util.h"
@@ -196,6 +197,21 @@ TEST(RunningTaskSave, WritesStateNamesAndUnwrappedContexts) {
             R"([{"context":"from console","id":"00000000-0000-0000-0000-000000000003",)"
             R"("name":"Nightly","progress":{"percentageDone":40},"startTime":1700000000,)"
             R"("state":"stopping"}])");
+}
+
+// A console list longer than the bound is refused before any task is read;
+// one at the bound loads.
+TEST(TaskList, LongerThanTheBoundIsRefusedWhole) {
+  Json::Value request(Json::objectValue);
+  Json::Value& tasks = request["tasks"];
+  tasks.resize(MailServers::kMaxTasks);
+  const Json::Value one = Parse(Basic(""));
+  for (Json::ArrayIndex i = 0; i < MailServers::kMaxTasks; ++i) tasks[i] = one;
+  MailServers::SetAllTasksRequest loaded;
+  ASSERT_TRUE(JsonSerializer<MailServers::SetAllTasksRequest>::Load(JsonNodeRef(&request), loaded));
+  EXPECT_EQ(loaded.tasks.Count(), MailServers::kMaxTasks);
+  tasks.append(one);
+  EXPECT_FALSE(JsonSerializer<MailServers::SetAllTasksRequest>::Load(JsonNodeRef(&request), loaded));
 }
 
 }  // namespace
