@@ -110,6 +110,7 @@ const SweepCase kSweepCases[] = {
     {"EndBeforeAnyEventSendsExactlyOne", {{0, 5, false}, {0, kEnd}, {0, kNothing}}, {5}, 0},
     {"EndWithoutProgressSendsOne", {{0, kEnd}, {0, kNothing}}, {0}, 0},
     {"EndAfterAnEventSendsNothingMore", {{0, 50}, {10, kEnd}}, {50}, 0},
+    {"EndSendsTheLastHeldBackValue", {{0, 10}, {10, 14}, {10, kEnd}}, {10, 14}, 0},
     {"FailedSendIsConsideredAgainNextSweep", {{0, 20, true, 1}, {5, kNothing}}, {20}, 1},
 };
 
