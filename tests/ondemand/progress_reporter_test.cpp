@@ -4,6 +4,8 @@
 #include <mutex>
 #include <vector>
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 #include "frame/manual_clock.h"
@@ -77,6 +79,9 @@ struct SweepCase {
   std::vector<uint32_t> sent;
   size_t trackedAfter;
 };
+// Failures name the case, not its bytes.
+void PrintTo(const SweepCase& c, std::ostream* os) { *os << c.name; }
+
 
 class SweepRules : public ::testing::TestWithParam<SweepCase> {};
 

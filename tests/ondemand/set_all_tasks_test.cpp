@@ -1,5 +1,7 @@
 // Synchronising the plug-in's store with the console's list, against a
 // plug-in that fails chosen operations.
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 #include "ondemand/set_all_tasks.h"
@@ -33,6 +35,9 @@ struct SyncCase {
   std::vector<std::string> calls;
   std::string output;  // compact; "null" when untouched
 };
+// Failures name the case, not its bytes.
+void PrintTo(const SyncCase& c, std::ostream* os) { *os << c.name; }
+
 
 class SetAllTasks : public ::testing::TestWithParam<SyncCase> {};
 

@@ -2,6 +2,8 @@
 // plug-in hands back, unwrapping answers something and never throws.
 #include <string>
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 #include "ondemand/task_context.h"
@@ -29,6 +31,9 @@ struct UnwrapCase {
   std::string context;  // expected
   std::string policyId;
 };
+// Failures name the case, not its bytes.
+void PrintTo(const UnwrapCase& c, std::ostream* os) { *os << c.name; }
+
 
 class Unwrap : public ::testing::TestWithParam<UnwrapCase> {};
 

@@ -1,4 +1,6 @@
 // The task document both ways, and what the plug-in reports about runs.
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 #include "ondemand/ondemand_requests.h"
@@ -55,6 +57,9 @@ struct LoadCase {
   const char* path;      // checked in the saved form when the load succeeds
   const char* expected;  // compact JSON
 };
+// Failures name the case, not its bytes.
+void PrintTo(const LoadCase& c, std::ostream* os) { *os << c.name; }
+
 
 class TaskLoad : public ::testing::TestWithParam<LoadCase> {};
 
