@@ -49,7 +49,9 @@ constexpr int32_t kUserStatusUnknownError = 87;
 
 bool MarksNotFunctioning(uint32_t code) { return code == 1229 || code == 2250; }
 
-std::string Utf8(const kel::StringW& text) { return kel::Utf8FromWide(text.c_str(), text.Length()); }
+std::string Utf8(const kel::StringW& text) {
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
 std::string GuidText(const kel::Guid& id) { return Utf8(id.ToString()); }
 
 const char* ChangeTypeName(uint32_t type) {
@@ -229,9 +231,8 @@ bool OnDemandAgent::RunTask(IPolicyMethod& method) {
   StartRequest request;
   if (!LoadInput(method, request)) return false;
   const kel::StringW context = WrapContext(Utf8(request.context), PolicyIdOf(method));
-  method.SetResult(running_.WaitForCompletion(request.taskId, [&] {
-    method.SetResult(plugin()->StartTask(request.taskId, context));
-  }));
+  method.SetResult(running_.WaitForCompletion(
+      request.taskId, [&] { method.SetResult(plugin()->StartTask(request.taskId, context)); }));
   return true;
 }
 
@@ -297,9 +298,9 @@ void OnDemandAgent::Stop() {
 }
 
 uint32_t OnDemandAgent::OnPluginsAcquired() {
-  if (const uint32_t code = taskEvents_.Register(
-          plugin(), &IOnDemand::RegisterTaskEvents, &IOnDemand::UnregisterTaskEvents,
-          static_cast<IOnDemand::ITaskEvents*>(this))) {
+  if (const uint32_t code = taskEvents_.Register(plugin(), &IOnDemand::RegisterTaskEvents,
+                                                 &IOnDemand::UnregisterTaskEvents,
+                                                 static_cast<IOnDemand::ITaskEvents*>(this))) {
     return code;
   }
   // A failed second registration fails Init, whose rollback resets the first.
@@ -321,8 +322,7 @@ uint32_t OnDemandAgent::OnTaskStarted(const kel::Guid& id, const kel::StringW& c
   return 0;
 }
 
-uint32_t OnDemandAgent::OnTaskStopped(const kel::Guid& id,
-                                      const IOnDemand::RunStatistics& stats) {
+uint32_t OnDemandAgent::OnTaskStopped(const kel::Guid& id, const IOnDemand::RunStatistics& stats) {
   running_.OnTaskStopped(id, stats);
   try {
     progress_.Finished(id);

@@ -13,10 +13,9 @@ namespace MailServers {
 
 inline constexpr wchar_t kOnDemandAgentName[] = L"MailServers.OnDemand";
 
-class OnDemandAgent final
-    : public EnterpriseIntegration::Agent<kel::nusdk::MailServers::IOnDemand>,
-      private kel::nusdk::MailServers::IOnDemand::ITaskEvents,
-      private kel::nusdk::MailServers::IOnDemand::ISettingsEvents {
+class OnDemandAgent final : public EnterpriseIntegration::Agent<kel::nusdk::MailServers::IOnDemand>,
+                            private kel::nusdk::MailServers::IOnDemand::ITaskEvents,
+                            private kel::nusdk::MailServers::IOnDemand::ISettingsEvents {
  public:
   explicit OnDemandAgent(const wchar_t* agentName = kOnDemandAgentName,
                          kel::Clock& clock = kel::SystemClock::Instance());

@@ -73,8 +73,9 @@ void OdProgressReporter::Core::Run() {
 
 OdProgressReporter::OdProgressReporter(Send send, kel::Clock& clock, bool startWorker)
     : core_(std::make_shared<Core>(std::move(send), clock)), startWorker_(startWorker) {
-  if (!core_->wake) throw std::system_error(static_cast<int>(::GetLastError()),
-                                            std::system_category(), "progress wake event");
+  if (!core_->wake)
+    throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(),
+                            "progress wake event");
 }
 
 OdProgressReporter::~OdProgressReporter() {
@@ -92,8 +93,7 @@ void OdProgressReporter::Update(const OdProgress& update) {
       std::shared_ptr<Core> core = core_;
       const DWORD code = worker_.Start([core](HANDLE) { core->Run(); });
       if (code != ERROR_SUCCESS) {
-        throw std::system_error(static_cast<int>(code), std::system_category(),
-                                "progress worker");
+        throw std::system_error(static_cast<int>(code), std::system_category(), "progress worker");
       }
     }
   }

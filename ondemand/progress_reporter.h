@@ -41,7 +41,7 @@ class OdProgressReporter {
     kel::Guid id;
     std::string context;  // the console's, unwrapped (UTF-8)
     uint32_t percentage = 0;
-    int64_t lastSentTime = 0;  // Unix seconds
+    int64_t lastSentTime = 0;         // Unix seconds
     int32_t lastSentPercentage = -1;  // -1: never sent
     bool sent = false;
     bool finished = false;

@@ -34,8 +34,8 @@ class RunningTasks {
   uint32_t WaitForCompletion(const kel::Guid& id, const std::function<void()>& start = nullptr);
 
   // The plug-in reports the end of a run: wakes its caller, if one waits.
-  void OnTaskStopped(const kel::Guid& id, const kel::nusdk::MailServers::IOnDemand::RunStatistics&
-                                              statistics) noexcept;
+  void OnTaskStopped(const kel::Guid& id,
+                     const kel::nusdk::MailServers::IOnDemand::RunStatistics& statistics) noexcept;
 
   // The run of `id` will never report its end (its task was deleted): its
   // caller, if one waits, is released without a status (1627).

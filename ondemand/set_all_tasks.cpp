@@ -1,6 +1,7 @@
 #include "ondemand/set_all_tasks.h"
 
-#include <set>
+#include <functional>
+#include <string>
 #include <unordered_map>
 
 #include "frame/logging/log.h"
@@ -21,7 +22,9 @@ constexpr char kAdded[] = "added";
 constexpr char kUpdated[] = "updated";
 constexpr char kDeleted[] = "deleted";
 
-std::string Utf8(const kel::StringW& text) { return kel::Utf8FromWide(text.c_str(), text.Length()); }
+std::string Utf8(const kel::StringW& text) {
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
 
 struct GuidHash {
   size_t operator()(const kel::Guid& id) const noexcept {

@@ -46,7 +46,8 @@ void SetAllTasks(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
     std::unique_ptr<kelhost::ReferencePlugin> holder = MakeOnDemand();
-    auto* plugin = static_cast<IOnDemand*>(holder->Interface(kel::nusdk::MailServers::IID_IOnDemand));
+    auto* plugin =
+        static_cast<IOnDemand*>(holder->Interface(kel::nusdk::MailServers::IID_IOnDemand));
     kel::List<IOnDemand::Task> wanted;
     for (int64_t i = 0; i < n; ++i) {
       kel::Guid id;
@@ -74,7 +75,8 @@ class TimeKeeper final : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (!run.error_occurred && run.iterations != 0) times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
+      if (!run.error_occurred && run.iterations != 0)
+        times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
     }
   }
   double Time(const std::string& name) const {
@@ -92,8 +94,18 @@ class TimeKeeper final : public benchmark::ConsoleReporter {
 // so waiting for it is not the code's cost. Wine's thread clock ticks in whole
 // milliseconds or coarser: each repetition runs long enough for that not to
 // matter, and the median of three is kept.
-BENCHMARK(SetAllTasks)->Arg(1000)->Iterations(100)->Repetitions(3)->ReportAggregatesOnly(true)->Unit(benchmark::kMillisecond);
-BENCHMARK(SetAllTasks)->Arg(10000)->Iterations(10)->Repetitions(3)->ReportAggregatesOnly(true)->Unit(benchmark::kMillisecond);
+BENCHMARK(SetAllTasks)
+    ->Arg(1000)
+    ->Iterations(100)
+    ->Repetitions(3)
+    ->ReportAggregatesOnly(true)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(SetAllTasks)
+    ->Arg(10000)
+    ->Iterations(10)
+    ->Repetitions(3)
+    ->ReportAggregatesOnly(true)
+    ->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
@@ -105,7 +117,8 @@ int main(int argc, char** argv) {
   const double large = reporter.Time("SetAllTasks/10000/iterations:10/repeats:3_median");
   if (small <= 0 || large <= 0) return 0;  // filtered out
   const double ratio = large / small;
-  std::printf("\nSetAllTasks: 1,000 tasks %.2f ms, 10,000 tasks %.2f ms, %.2fx for 10x (goal %.0fx%s)\n",
-              small, large, ratio, kGoal, ratio <= kGoal ? "" : ", MISSED");
+  std::printf(
+      "\nSetAllTasks: 1,000 tasks %.2f ms, 10,000 tasks %.2f ms, %.2fx for 10x (goal %.0fx%s)\n",
+      small, large, ratio, kGoal, ratio <= kGoal ? "" : ", MISSED");
   return ratio <= kGoal ? 0 : 2;
 }

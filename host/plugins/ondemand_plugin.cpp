@@ -7,8 +7,9 @@
 // inactive), "progress" {"id", "context", "percentage"}, "taskChanged"
 // {"id", "changeType"} and "userSettingsChanged" {"user", "functioning",
 // "error"} (GetUserStatus answers these from then on).
-#include <chrono>
 #include <ctime>
+#include <functional>
+#include <iterator>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -238,7 +239,7 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       user = status_.user;
-      functioning = status_.functioning ? 1 : 0;
+      functioning = static_cast<uint8_t>(status_.functioning ? 1 : 0);
       error = status_.error;
       return 0u;
     });
@@ -377,7 +378,8 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
     reader.String("context", context);
     reader.UInt32("percentage", percentage);
     std::string problem;
-    if (!FindTask(reader, "progress", id, problem)) return NotifyOutcome::Failed("bad data", problem);
+    if (!FindTask(reader, "progress", id, problem))
+      return NotifyOutcome::Failed("bad data", problem);
     {
       std::lock_guard<std::mutex> lock(mutex_);
       auto found = index_.find(id);

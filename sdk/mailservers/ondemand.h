@@ -138,9 +138,9 @@ class IOnDemand : public IKelBaseInterface {
   // Called on the plug-in's threads; the answers are ignored.
   class ITaskEvents {
    public:
-    virtual uint32_t OnTaskStarted(const kel::Guid& id, const kel::StringW& context) = 0;  // 0
+    virtual uint32_t OnTaskStarted(const kel::Guid& id, const kel::StringW& context) = 0;      // 0
     virtual uint32_t OnTaskStopped(const kel::Guid& id, const RunStatistics& statistics) = 0;  // 1
-    virtual uint32_t OnTaskChanged(const kel::Guid& id, uint32_t changeType) = 0;  // 2
+    virtual uint32_t OnTaskChanged(const kel::Guid& id, uint32_t changeType) = 0;              // 2
     virtual uint32_t OnTaskProgress(const kel::Guid& id, const kel::StringW& context,
                                     uint32_t percentage) = 0;  // 3
 
@@ -157,28 +157,28 @@ class IOnDemand : public IKelBaseInterface {
     ~ISettingsEvents() = default;
   };
 
-  virtual uint32_t GetTaskIdList(kel::List<kel::Guid>& ids) = 0;                       // slot 1
-  virtual uint32_t GetRunningTasks(kel::List<RunInfo>& tasks) = 0;                     // slot 2
-  virtual uint32_t AddTask(const Task& task, kel::Guid& id) = 0;                       // slot 3
-  virtual uint32_t UpdateTask(const Task& task) = 0;                                   // slot 4
-  virtual uint32_t GetTask(const kel::Guid& id, Task& task) = 0;                       // slot 5
-  virtual uint32_t DeleteTask(const kel::Guid& id) = 0;                                // slot 6
-  virtual uint32_t DeleteAllTasks() = 0;                                               // slot 7
-  virtual uint32_t StartTask(const kel::Guid& id, const kel::StringW& context) = 0;    // slot 8
-  virtual uint32_t StopTask(const kel::Guid& id, uint32_t timeoutMs) = 0;              // slot 9
-  virtual uint32_t IsTaskRunning(const kel::Guid& id, TaskState& state) = 0;           // slot 10
-  virtual uint32_t SetUser(const UserInfo& user) = 0;                                  // slot 11
-  virtual uint32_t GetUser(UserInfo& user) = 0;                                        // slot 12
+  virtual uint32_t GetTaskIdList(kel::List<kel::Guid>& ids) = 0;                     // slot 1
+  virtual uint32_t GetRunningTasks(kel::List<RunInfo>& tasks) = 0;                   // slot 2
+  virtual uint32_t AddTask(const Task& task, kel::Guid& id) = 0;                     // slot 3
+  virtual uint32_t UpdateTask(const Task& task) = 0;                                 // slot 4
+  virtual uint32_t GetTask(const kel::Guid& id, Task& task) = 0;                     // slot 5
+  virtual uint32_t DeleteTask(const kel::Guid& id) = 0;                              // slot 6
+  virtual uint32_t DeleteAllTasks() = 0;                                             // slot 7
+  virtual uint32_t StartTask(const kel::Guid& id, const kel::StringW& context) = 0;  // slot 8
+  virtual uint32_t StopTask(const kel::Guid& id, uint32_t timeoutMs) = 0;            // slot 9
+  virtual uint32_t IsTaskRunning(const kel::Guid& id, TaskState& state) = 0;         // slot 10
+  virtual uint32_t SetUser(const UserInfo& user) = 0;                                // slot 11
+  virtual uint32_t GetUser(UserInfo& user) = 0;                                      // slot 12
   virtual uint32_t GetUserStatus(kel::StringW& user, uint8_t& functioning,
-                                 int32_t& error) = 0;                                  // slot 13
+                                 int32_t& error) = 0;  // slot 13
   // Slot 14: an operation of the plug-in that this module never calls.
   virtual uint32_t Reserved14() = 0;
-  virtual uint32_t RegisterTaskEvents(ITaskEvents* sink) = 0;                          // slot 15
-  virtual uint32_t RegisterSettingsEvents(ISettingsEvents* sink) = 0;                  // slot 16
+  virtual uint32_t RegisterTaskEvents(ITaskEvents* sink) = 0;          // slot 15
+  virtual uint32_t RegisterSettingsEvents(ISettingsEvents* sink) = 0;  // slot 16
   // Slot 17: an operation of the plug-in that this module never calls.
   virtual uint32_t Reserved17() = 0;
-  virtual uint32_t UnregisterTaskEvents(ITaskEvents* sink) = 0;                        // slot 18
-  virtual uint32_t UnregisterSettingsEvents(ISettingsEvents* sink) = 0;                // slot 19
+  virtual uint32_t UnregisterTaskEvents(ITaskEvents* sink) = 0;          // slot 18
+  virtual uint32_t UnregisterSettingsEvents(ISettingsEvents* sink) = 0;  // slot 19
 
  protected:
   ~IOnDemand() = default;

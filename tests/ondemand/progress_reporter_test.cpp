@@ -22,7 +22,9 @@ constexpr int64_t kStart = 1'700'000'100;  // not on a 30-minute mark
 struct Sent {
   int64_t at;
   uint32_t percentage;
-  bool operator==(const Sent& other) const { return at == other.at && percentage == other.percentage; }
+  bool operator==(const Sent& other) const {
+    return at == other.at && percentage == other.percentage;
+  }
 };
 
 // Records every event sent, with the clock's time.
@@ -82,7 +84,6 @@ struct SweepCase {
 // Failures name the case, not its bytes.
 void PrintTo(const SweepCase& c, std::ostream* os) { *os << c.name; }
 
-
 class SweepRules : public ::testing::TestWithParam<SweepCase> {};
 
 TEST_P(SweepRules, SendWhatTheRulesLetThrough) {
@@ -105,13 +106,21 @@ TEST_P(SweepRules, SendWhatTheRulesLetThrough) {
 
 const SweepCase kSweepCases[] = {
     {"FirstThenFirstNonZeroThenTenPointsUp",
-     {{0, 0}, {10, 3}, {10, 9}, {10, 10}, {10, 25}}, {0, 3, 25}, 1},
+     {{0, 0}, {10, 3}, {10, 9}, {10, 10}, {10, 25}},
+     {0, 3, 25},
+     1},
     {"HeldValueGoesOutOnceTheLastIsThirtyMinutesOld",
-     {{0, 0}, {10, 3}, {10, 9}, {1799 - 10, kNothing}, {1, kNothing}}, {0, 3, 9}, 1},
+     {{0, 0}, {10, 3}, {10, 9}, {1799 - 10, kNothing}, {1, kNothing}},
+     {0, 3, 9},
+     1},
     {"UnchangedValueIsNotRepeatedAfterThirtyMinutes",
-     {{0, 40}, {1800, kNothing}, {1800, kNothing}}, {40}, 1},
+     {{0, 40}, {1800, kNothing}, {1800, kNothing}},
+     {40},
+     1},
     {"UnchangedValueRepeatsAfterSixHours",
-     {{0, 40}, {21599, kNothing}, {1, kNothing}, {1, kNothing}}, {40, 40}, 1},
+     {{0, 40}, {21599, kNothing}, {1, kNothing}, {1, kNothing}},
+     {40, 40},
+     1},
     {"EndBeforeAnyEventSendsExactlyOne", {{0, 5, false}, {0, kEnd}, {0, kNothing}}, {5}, 0},
     {"EndWithoutProgressSendsOne", {{0, kEnd}, {0, kNothing}}, {0}, 0},
     {"EndAfterAnEventSendsNothingMore", {{0, 50}, {10, kEnd}}, {50}, 0},

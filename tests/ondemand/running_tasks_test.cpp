@@ -18,7 +18,8 @@ constexpr auto kSettle = std::chrono::seconds(10);
 // Starts a wait on another thread and returns once it is registered.
 std::future<uint32_t> WaitInBackground(RunningTasks& tasks, const kel::Guid& id,
                                        size_t waitersBefore = 0) {
-  auto result = std::async(std::launch::async, [&tasks, id] { return tasks.WaitForCompletion(id); });
+  auto result =
+      std::async(std::launch::async, [&tasks, id] { return tasks.WaitForCompletion(id); });
   while (tasks.Waiting() == waitersBefore) ::Sleep(1);
   return result;
 }
@@ -42,9 +43,10 @@ TEST(RunningTasks, TheRunsStatusEndsTheWait) {
 
 TEST(RunningTasks, ARunEndingAsItStartsIsNotMissed) {
   RunningTasks tasks;
-  EXPECT_EQ(tasks.WaitForCompletion(
-                Id(1), [&tasks] { tasks.OnTaskStopped(Id(1), Status(IOnDemand::kRunInterrupted)); }),
-            static_cast<uint32_t>(IOnDemand::kRunInterrupted));
+  EXPECT_EQ(
+      tasks.WaitForCompletion(
+          Id(1), [&tasks] { tasks.OnTaskStopped(Id(1), Status(IOnDemand::kRunInterrupted)); }),
+      static_cast<uint32_t>(IOnDemand::kRunInterrupted));
 }
 
 TEST(RunningTasks, ASecondWaiterForOneTaskIsRefusedAtOnceWithoutStarting) {

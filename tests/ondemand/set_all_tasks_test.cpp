@@ -38,7 +38,6 @@ struct SyncCase {
 // Failures name the case, not its bytes.
 void PrintTo(const SyncCase& c, std::ostream* os) { *os << c.name; }
 
-
 class SetAllTasks : public ::testing::TestWithParam<SyncCase> {};
 
 TEST_P(SetAllTasks, CallsThePluginAndReportsEachTask) {
@@ -66,6 +65,7 @@ std::string Entry(const char* id, uint32_t code) {
   return "\"" + std::string(id) + "\":" + std::to_string(code);
 }
 
+// clang-format off
 const SyncCase kCases[] = {
     {"UnreadableStoreChangesNothing", {{10, 1, false}}, {0}, false, {{"GetTaskIdList", 1229}},
      1229, {"GetTaskIdList"}, "null"},
@@ -106,6 +106,7 @@ const SyncCase kCases[] = {
     {"FirstOfTwoTasksWithOneIdWins", {{10, 1, false}}, {10, 10}, false, {}, 0,
      {"GetTaskIdList", std::string("UpdateTask ") + kA + " type 4"}, Maps("", "", Entry(kA, 0))},
 };
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(OnDemand, SetAllTasks, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });

@@ -34,7 +34,6 @@ struct UnwrapCase {
 // Failures name the case, not its bytes.
 void PrintTo(const UnwrapCase& c, std::ostream* os) { *os << c.name; }
 
-
 class Unwrap : public ::testing::TestWithParam<UnwrapCase> {};
 
 TEST_P(Unwrap, AnswersTheTextItselfWhenItIsNotWrapped) {
@@ -49,15 +48,14 @@ std::string TooDeep() { return std::string(5000, '[') + std::string(5000, ']'); 
 
 INSTANTIATE_TEST_SUITE_P(
     OnDemand, Unwrap,
-    ::testing::Values(
-        UnwrapCase{"Empty", "", "", ""},
-        UnwrapCase{"NotJson", "nightly run", "nightly run", ""},
-        UnwrapCase{"JsonWithoutData", R"({"context":"x"})", R"({"context":"x"})", ""},
-        UnwrapCase{"DataNotAnObject", R"({"data":"x"})", R"({"data":"x"})", ""},
-        UnwrapCase{"ContextNotAString", R"({"data":{"context":5}})", R"({"data":{"context":5}})",
-                   ""},
-        UnwrapCase{"NoPolicy", R"({"data":{"context":"c"}})", "c", ""},
-        UnwrapCase{"TooDeeplyNested", TooDeep(), TooDeep(), ""}),
+    ::testing::Values(UnwrapCase{"Empty", "", "", ""},
+                      UnwrapCase{"NotJson", "nightly run", "nightly run", ""},
+                      UnwrapCase{"JsonWithoutData", R"({"context":"x"})", R"({"context":"x"})", ""},
+                      UnwrapCase{"DataNotAnObject", R"({"data":"x"})", R"({"data":"x"})", ""},
+                      UnwrapCase{"ContextNotAString", R"({"data":{"context":5}})",
+                                 R"({"data":{"context":5}})", ""},
+                      UnwrapCase{"NoPolicy", R"({"data":{"context":"c"}})", "c", ""},
+                      UnwrapCase{"TooDeeplyNested", TooDeep(), TooDeep(), ""}),
     [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

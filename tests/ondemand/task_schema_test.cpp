@@ -41,7 +41,8 @@ std::string Saved(const IOnDemand::Task& task, const std::string& path) {
   size_t start = 0;
   while (start <= path.size()) {
     const size_t end = path.find('/', start);
-    const std::string key = path.substr(start, end == std::string::npos ? std::string::npos : end - start);
+    const std::string key =
+        path.substr(start, end == std::string::npos ? std::string::npos : end - start);
     at = at->find(key.data(), key.data() + key.size());
     if (at == nullptr) return "<absent>";
     if (end == std::string::npos) break;
@@ -59,7 +60,6 @@ struct LoadCase {
 };
 // Failures name the case, not its bytes.
 void PrintTo(const LoadCase& c, std::ostream* os) { *os << c.name; }
-
 
 class TaskLoad : public ::testing::TestWithParam<LoadCase> {};
 
@@ -108,8 +108,9 @@ const LoadCase kLoadCases[] = {
      false, "", ""},
     // startDate: either signedness of 64 bits, never a fraction.
     {"StartDateUnsignedKeepsItsBits",
-     TaskText(R"("id":"","schedule":{"type":1,"startDate":18446744073709551615,"days":[],"repeatSeconds":0},)" +
-              std::string(kScan) + R"(,"reportPath":"")"),
+     TaskText(
+         R"("id":"","schedule":{"type":1,"startDate":18446744073709551615,"days":[],"repeatSeconds":0},)" +
+         std::string(kScan) + R"(,"reportPath":"")"),
      true, "schedule/startDate", "-1"},
     {"StartDateNegative",
      TaskText(R"("id":"","schedule":{"type":1,"startDate":-5,"days":[],"repeatSeconds":0},)" +
@@ -150,8 +151,8 @@ const LoadCase kLoadCases[] = {
      "restrictions/receivedAfter", R"({"relative":false,"when":42})"},
     {"DateLimitObject", Basic(R"(,"restrictions":{"receivedAfter":{"when":42}})"), true,
      "restrictions/receivedAfter", R"({"relative":false,"when":42})"},
-    {"DateLimitRelativeOnly", Basic(R"(,"restrictions":{"receivedBefore":{"relative":true}})"), true,
-     "restrictions/receivedBefore", R"({"relative":true,"when":0})"},
+    {"DateLimitRelativeOnly", Basic(R"(,"restrictions":{"receivedBefore":{"relative":true}})"),
+     true, "restrictions/receivedBefore", R"({"relative":true,"when":0})"},
     {"DateLimitStringFails", Basic(R"(,"restrictions":{"receivedAfter":"42"})"), false, "", ""},
 };
 
@@ -216,7 +217,8 @@ TEST(TaskList, LongerThanTheBoundIsRefusedWhole) {
   ASSERT_TRUE(JsonSerializer<MailServers::SetAllTasksRequest>::Load(JsonNodeRef(&request), loaded));
   EXPECT_EQ(loaded.tasks.Count(), MailServers::kMaxTasks);
   tasks.append(one);
-  EXPECT_FALSE(JsonSerializer<MailServers::SetAllTasksRequest>::Load(JsonNodeRef(&request), loaded));
+  EXPECT_FALSE(
+      JsonSerializer<MailServers::SetAllTasksRequest>::Load(JsonNodeRef(&request), loaded));
 }
 
 }  // namespace
