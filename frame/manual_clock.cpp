@@ -52,6 +52,11 @@ bool ManualClock::WaitFor(HANDLE stop, uint32_t milliseconds) noexcept {
   }
 }
 
+void ManualClock::Advance(int64_t milliseconds) noexcept {
+  CriticalSectionLock lock(lock_);
+  now_ += milliseconds * kFileTimeTicksPerMillisecond;
+}
+
 void ManualClock::SetLimit(int64_t unixSeconds) noexcept {
   CriticalSectionLock lock(lock_);
   limit_ = kUnixEpochInFileTimeTicks + unixSeconds * kFileTimeTicksPerSecond;

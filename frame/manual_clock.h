@@ -33,6 +33,8 @@ class ManualClock final : public Clock {
   FILETIME FileTime() const noexcept override;
   bool WaitFor(HANDLE stop, uint32_t milliseconds) noexcept override;
 
+  // Moves the time forward by hand, limit or not; wakes no waiter.
+  void Advance(int64_t milliseconds) noexcept;
   // Waits may move the time up to `unixSeconds` and no further; parked
   // waiters that the new limit lets through go on.
   void SetLimit(int64_t unixSeconds) noexcept;

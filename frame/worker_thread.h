@@ -44,6 +44,9 @@ class WorkerThread {
   // changing nothing, when called from the worker itself.
   DWORD Stop() noexcept;
 
+  // True from a successful Start until Stop (the body may have returned).
+  bool Running() const noexcept { return state_ != nullptr; }
+
  private:
   struct State;
   static DWORD WINAPI Run(void* state) noexcept;

@@ -3,6 +3,8 @@
 #include "frame/exported_declaration.h"
 #include "quarantine/quarantine_agent.h"
 #include "groups/groups_agent.h"
+#include "ondemand/kel_ondemand_agent.h"
+#include "ondemand/ondemand_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -22,4 +24,11 @@ ExportedSingletonDeclaration<DomainCheck::Agent> g_domainCheck(L"MailServers.Dom
 ExportedSingletonDeclaration<QuarantineAgent::Agent> g_quarantine(L"MailServers.Quarantine");
 ExportedSingletonDeclaration<GroupsManagerAgent::Agent> g_groups(L"MailServers.Groups");
 ExportedSingletonDeclaration<Transport::Agent> g_transport(L"MailServers.Transport");
+ExportedObjectDeclaration<MailServers::KelOnDemandAgent> g_kelOnDemand(
+    kel::WholeClassName{MailServers::kKelOnDemandClassName});
+// Declared twice, as the host has always seen it: the second registration is
+// refused (183) and ignored, so the first serves every create.
+ExportedSingletonDeclaration<MailServers::OnDemandAgent> g_onDemand(MailServers::kOnDemandAgentName);
+ExportedSingletonDeclaration<MailServers::OnDemandAgent> g_onDemandAgain(
+    MailServers::kOnDemandAgentName);
 }  // namespace

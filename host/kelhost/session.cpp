@@ -7,6 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include <json/writer.h>
+
 #include "frame/interface_id_text.h"
 #include "host/kelhost/json_io.h"
 #include "host/kelhost/policy_method.h"
@@ -90,7 +92,9 @@ const std::map<std::string, Session::Op>& Session::Ops() {
   static const char* const kAgent[] = {"agent", nullptr};
   static const char* const kCall[] = {"agent",      "method",       "input",
                                       "policyId",   "nullPolicy",   "nullInput",
-                                      "nullOutput", "nullAccessor", nullptr};
+                                      "nullOutput", "nullAccessor", "async",
+                                      nullptr};
+  static const char* const kAwait[] = {"call", "waitMs", nullptr};
   static const char* const kPlugin[] = {"name", "available", "fail", "directory", nullptr};
   static const char* const kManager[] = {"register", nullptr};
   static const char* const kNotify[] = {"plugin", "notification", "data", nullptr};
@@ -105,6 +109,7 @@ const std::map<std::string, Session::Op>& Session::Ops() {
       {"uninit",      {&Session::Uninit, kAgent}},
       {"destroy",     {&Session::Destroy, kAgent}},
       {"call",        {&Session::Call, kCall}},
+      {"await",       {&Session::Await, kAwait}},
       {"functioning", {&Session::Functioning, kAgent}},
       {"names",       {&Session::Names, kAgent}},
       {"features",    {&Session::Features, kAgent}},
@@ -218,6 +223,27 @@ void Session::Destroy(const Json::Value& command, Json::Value&) {
   parts_.destroy(instance.className.c_str(), instance.object);
 }
 
+namespace {
+
+// The "async" id of a call: a string or an unsigned integer, kept as its JSON
+// text so that 1 and "1" stay two ids.
+std::string AsyncId(const Json::Value& value, const char* key) {
+  if (!value.isString() && (value.type() == Json::realValue || !value.isUInt64())) {
+    throw OpError{"bad field", Quoted(key) + " must be a string or an unsigned integer"};
+  }
+  Json::FastWriter writer;
+  writer.omitEndingLineFeed();
+  return writer.write(value);
+}
+
+void ReplyCallOutcome(const PolicyMethod& call, bool nullAccessor, Json::Value& reply) {
+  // Without a result reported there is no "result": a silent agent must not pass for 0.
+  if (call.ResultSet()) reply["result"] = Code(call.Result());
+  if (!nullAccessor) reply["output"] = call.Output();
+}
+
+}  // namespace
+
 void Session::Call(const Json::Value& command, Json::Value& reply) {
   EnterpriseIntegration::IAgent* agent = AgentOf(command);
   const Json::Value* method = Field(command, "method");
@@ -230,17 +256,82 @@ void Session::Call(const Json::Value& command, Json::Value& reply) {
   nulls.input = OptionalBool(command, "nullInput", false);
   nulls.output = OptionalBool(command, "nullOutput", false);
   const bool nullAccessor = OptionalBool(command, "nullAccessor", false);
-  PolicyMethod call(method != nullptr,
-                    method ? kel::WideFromUtf8(method->asString()) : std::wstring(),
-                    kel::WideFromUtf8(OptionalString(command, "policyId", kDefaultPolicyId)),
-                    input ? *input : Json::Value(Json::objectValue), nulls);
+  auto call = std::make_unique<PolicyMethod>(
+      method != nullptr, method ? kel::WideFromUtf8(method->asString()) : std::wstring(),
+      kel::WideFromUtf8(OptionalString(command, "policyId", kDefaultPolicyId)),
+      input ? *input : Json::Value(Json::objectValue), nulls);
 
-  agent->RunPolicyMethod(nullAccessor ? nullptr : &call);
-
-  // Without a result reported there is no "result": a silent agent must not pass for 0.
-  if (call.ResultSet()) reply["result"] = Code(call.Result());
-  if (!nullAccessor) reply["output"] = call.Output();
+  const Json::Value* async = Field(command, "async");
+  if (async == nullptr) {
+    agent->RunPolicyMethod(nullAccessor ? nullptr : call.get());
+    ReplyCallOutcome(*call, nullAccessor, reply);
+    return;
+  }
+  const std::string id = AsyncId(*async, "async");
+  if (asyncCalls_.count(id) != 0) {
+    throw OpError{"name in use", "call " + id + " has not been awaited yet"};
+  }
+  auto pending = std::make_unique<AsyncCall>();
+  pending->call = std::move(call);
+  pending->nullAccessor = nullAccessor;
+  pending->agent = agent;
+  AsyncCall* running = pending.get();
+  running->thread = std::thread([running] {
+    try {
+      running->agent->RunPolicyMethod(running->nullAccessor ? nullptr : running->call.get());
+    } catch (...) {
+    }
+    std::lock_guard<std::mutex> lock(running->mutex);
+    running->done = true;
+    running->finished.notify_all();
+  });
+  asyncCalls_[id] = std::move(pending);
+  reply["async"] = *async;
 }
+
+void Session::Await(const Json::Value& command, Json::Value& reply) {
+  const Json::Value* callId = Field(command, "call");
+  if (callId == nullptr) throw OpError{"missing field", "\"call\" is required"};
+  const std::string id = AsyncId(*callId, "call");
+  const Json::Value* waitMs = Field(command, "waitMs");
+  const uint32_t wait = waitMs ? UInt32Of(*waitMs, "waitMs") : kDefaultAwaitMs;
+  auto found = asyncCalls_.find(id);
+  if (found == asyncCalls_.end()) {
+    throw OpError{"unknown call", "no asynchronous call " + id + " is pending"};
+  }
+  AsyncCall& pending = *found->second;
+  reply["call"] = *callId;
+  {
+    std::unique_lock<std::mutex> lock(pending.mutex);
+    if (!pending.finished.wait_for(lock, std::chrono::milliseconds(wait),
+                                   [&pending] { return pending.done; })) {
+      reply["pending"] = true;
+      return;
+    }
+  }
+  pending.thread.join();
+  ReplyCallOutcome(*pending.call, pending.nullAccessor, reply);
+  asyncCalls_.erase(found);
+}
+
+void Session::JoinAsyncCalls() noexcept {
+  for (auto& entry : asyncCalls_) {
+    AsyncCall& pending = *entry.second;
+    bool done = false;
+    {
+      std::lock_guard<std::mutex> lock(pending.mutex);
+      done = pending.done;
+    }
+    try {
+      if (!done) pending.agent->Stop();
+    } catch (...) {
+    }
+    if (pending.thread.joinable()) pending.thread.join();
+  }
+  asyncCalls_.clear();
+}
+
+Session::~Session() { JoinAsyncCalls(); }
 
 void Session::Functioning(const Json::Value& command, Json::Value& reply) {
   reply["functioning"] = AgentOf(command)->IsFunctioning();
@@ -350,6 +441,7 @@ void Session::Sleep(const Json::Value& command, Json::Value&) {
 }
 
 void Session::Shutdown() noexcept {
+  JoinAsyncCalls();
   try {
     std::vector<Instance*> live;
     for (auto& entry : instances_) {

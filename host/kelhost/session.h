@@ -5,14 +5,19 @@
 // throw or crash: bad commands get a reply with "error" (a short, stable
 // reason) and "detail".
 #include <cstdint>
+#include <condition_variable>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 
 #include <json/value.h>
 
 #include "frame/exports.h"
 #include "host/kelhost/component_manager.h"
 #include "host/kelhost/manager.h"
+#include "host/kelhost/policy_method.h"
 #include "host/kelhost/plugin_registry.h"
 #include "host/logsink/log_sink.h"
 #include "sdk/agent.h"
@@ -34,17 +39,22 @@ struct HostParts {
 inline constexpr char kDefaultPolicyId[] = "kelhost.policy";
 // How long "events" with a "count" waits when the command gives no "waitMs".
 inline constexpr uint32_t kDefaultEventWaitMs = 5000;
+// How long "await" waits for its call when the command gives no "waitMs".
+inline constexpr uint32_t kDefaultAwaitMs = 5000;
 
 class Session {
  public:
   explicit Session(const HostParts& parts) : parts_(parts) {}
+  ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
   Json::Value Execute(const Json::Value& command) noexcept;
 
   // Gives back every object still held, newest first, as the host does when it
-  // shuts down.
+  // shuts down. An asynchronous call still running first has its agent
+  // stopped (as the host stops agents before it gives them back), and is
+  // waited for.
   void Shutdown() noexcept;
 
  private:
@@ -55,6 +65,17 @@ class Session {
     bool agentQueried = false;
     bool destroyed = false;
     uint64_t serial = 0;
+  };
+  // A call started with "async": it runs on a thread of its own until "await"
+  // collects it.
+  struct AsyncCall {
+    std::unique_ptr<PolicyMethod> call;
+    bool nullAccessor = false;
+    EnterpriseIntegration::IAgent* agent = nullptr;
+    std::mutex mutex;
+    std::condition_variable finished;
+    bool done = false;
+    std::thread thread;
   };
   using Handler = void (Session::*)(const Json::Value& command, Json::Value& reply);
   struct Op {
@@ -73,6 +94,8 @@ class Session {
   void Uninit(const Json::Value& command, Json::Value& reply);
   void Destroy(const Json::Value& command, Json::Value& reply);
   void Call(const Json::Value& command, Json::Value& reply);
+  void Await(const Json::Value& command, Json::Value& reply);
+  void JoinAsyncCalls() noexcept;
   void Functioning(const Json::Value& command, Json::Value& reply);
   void Names(const Json::Value& command, Json::Value& reply);
   void Features(const Json::Value& command, Json::Value& reply);
@@ -85,6 +108,7 @@ class Session {
 
   HostParts parts_;
   std::map<std::string, Instance> instances_;  // by the "as" name
+  std::map<std::string, std::unique_ptr<AsyncCall>> asyncCalls_;  // by the "async" id's JSON text
   uint64_t serial_ = 0;
 };
 

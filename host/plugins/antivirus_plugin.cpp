@@ -1,6 +1,8 @@
 // "MailServers.Antivirus": the antivirus plug-in (sdk/mailservers/antivirus.h).
 // It keeps a footer per mail direction, the replacement texts and the rule set
-// it is given, and answers them back; it has no notifications.
+// it is given, and answers them back; beside the global rule set it keeps one
+// per on-demand task id. It has no notifications.
+#include <map>
 #include <memory>
 #include <mutex>
 
@@ -12,6 +14,7 @@ namespace {
 
 using kel::nusdk::MailServers::Antivirus::IAntivirus;
 using kel::nusdk::MailServers::Antivirus::ReplacementTexts;
+using kel::nusdk::MailServers::Antivirus::RuleSet;
 using kel::nusdk::MailServers::Antivirus::TransportRuleSet;
 
 struct Footer {
@@ -104,6 +107,37 @@ class AntivirusPlugin final : public RuleSetPlugin<IAntivirus, TransportRuleSet>
     }
   }
 
+  uint32_t SetTaskRules(const kel::Guid& taskId, const RuleSet& rules) override {
+    if (const uint32_t code = Failure()) return code;
+    try {
+      RuleSet copy;
+      copy.enabled = rules.enabled;
+      if (const uint32_t code = CopyListSlots(copy.rules, rules.rules)) return code;
+      std::lock_guard<std::mutex> lock(mutex_);
+      taskRules_[taskId] = std::move(copy);
+      return 0;
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+  uint32_t GetTaskRules(const kel::Guid& taskId, RuleSet& rules) override {
+    if (const uint32_t code = Failure()) return code;
+    try {
+      std::lock_guard<std::mutex> lock(mutex_);
+      auto found = taskRules_.find(taskId);
+      if (found == taskRules_.end()) {
+        rules.enabled = 0;
+        rules.rules.RemoveAll();
+        return 0;
+      }
+      rules.enabled = found->second.enabled;
+      return CopyListSlots(rules.rules, found->second.rules);
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
  private:
   static constexpr int kDirections = 3;  // incoming, outgoing, internal: bits 0 to 2
 
@@ -128,6 +162,7 @@ class AntivirusPlugin final : public RuleSetPlugin<IAntivirus, TransportRuleSet>
 
   Footer footers_[kDirections];
   ReplacementTexts texts_;
+  std::map<kel::Guid, RuleSet> taskRules_;
 };
 
 }  // namespace

@@ -1,9 +1,12 @@
 #pragma once
 // The mail-server antivirus plug-in: the footer stamped on scanned mail per
-// direction, the texts that stand in for removed content, and the antivirus
-// rule set (set and read by the transport agent).
+// direction, the texts that stand in for removed content, the antivirus
+// rule set of transport scanning (set and read by the transport agent) and
+// the rule set of each on-demand scan task (set and read by the on-demand
+// agent).
 #include <cstdint>
 
+#include "frame/guid.h"
 #include "frame/list.h"
 #include "frame/string.h"
 #include "sdk/kel_base_interface.h"
@@ -130,6 +133,10 @@ class IAntivirus : public IKelBaseInterface {
   // The rule-set pair follows the footer and text operations.
   virtual uint32_t SetRules(const TransportRuleSet& rules) = 0;  // slot 7
   virtual uint32_t GetRules(TransportRuleSet& rules) = 0;        // slot 8
+  // The rules of one on-demand task, in the same format. A task without rules
+  // of its own answers an empty set, switched off.
+  virtual uint32_t SetTaskRules(const kel::Guid& taskId, const RuleSet& rules) = 0;  // slot 9
+  virtual uint32_t GetTaskRules(const kel::Guid& taskId, RuleSet& rules) = 0;        // slot 10
 
  protected:
   ~IAntivirus() = default;
