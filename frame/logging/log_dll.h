@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstdint>
 
-#include "frame/unique_module.h"
+#include "frame/owners.h"
 #include "frame/win.h"
 
 namespace logging {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "frame/exports.h"
-#include "frame/unique_module.h"
+#include "frame/owners.h"
 #include "host/logsink/log_sink.h"
 
 namespace kelhost {

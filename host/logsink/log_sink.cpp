@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "frame/logging/log_dll.h"
+#include "frame/owners.h"
+#include "frame/win32_error.h"
 
 #define LOG_EXPORT extern "C" __declspec(dllexport)
 
@@ -66,18 +68,19 @@ std::wstring Format(const wchar_t* format, va_list args) {
   }
 }
 
-// Caller holds g_lock.
-void AppendToOutputFile(const Line& line) {
-  if (g_output_path.empty()) return;
+// Caller holds g_lock. The line stays recorded in memory whatever this answers.
+DWORD AppendToOutputFile(const Line& line) {
+  if (g_output_path.empty()) return ERROR_SUCCESS;
   const std::string text =
       std::to_string(line.level) + "\t" + Utf8(line.function) + "\t" + Utf8(line.message) + "\r\n";
-  HANDLE file =
-      ::CreateFileW(g_output_path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return;
+  const kel::UniqueFile file(::CreateFileW(g_output_path.c_str(), FILE_APPEND_DATA,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                           FILE_ATTRIBUTE_NORMAL, nullptr));
+  KEL_RETURN_LAST_ERROR_IF(!file);
   DWORD written = 0;
-  ::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-  ::CloseHandle(file);
+  KEL_RETURN_IF_WIN32_BOOL_FALSE(
+      ::WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
+  return ERROR_SUCCESS;
 }
 #endif
 
@@ -131,7 +134,7 @@ LOG_EXPORT void LogWrite(uint16_t depthChange, const uint32_t* level, HMODULE /*
     Line line{level != nullptr ? *level : 0, depthChange, function != nullptr ? function : L"",
               format != nullptr ? Format(format, args) : std::wstring()};
     std::lock_guard<std::mutex> guard(g_lock);
-    AppendToOutputFile(line);
+    static_cast<void>(AppendToOutputFile(line));
     g_lines.push_back(std::move(line));
   } catch (...) {
   }

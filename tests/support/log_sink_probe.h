@@ -9,7 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/unique_module.h"
+#include "frame/owners.h"
+#include "frame/proc_address.h"
 #include "frame/win.h"
 #include "host/logsink/log_sink.h"
 
@@ -89,9 +90,7 @@ class SinkProbe {
  private:
   template <class Fn>
   Fn Lookup(const char* name) const {
-    if (!module_) return nullptr;
-    return reinterpret_cast<Fn>(
-        reinterpret_cast<void (*)()>(::GetProcAddress(module_.get(), name)));
+    return kel::ProcAddress<Fn>(module_.get(), name);
   }
 
   kel::UniqueModule module_;

@@ -2,23 +2,18 @@
 // two exports of real DLLs built by this project.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "frame/exports.h"
+#include "frame/owners.h"
 #include "frame/proc_address.h"
 #include "frame/win.h"
 #include "tests/frame/registry/probe.h"
 
 namespace {
-
-struct ModuleFree {
-  void operator()(HMODULE m) const { ::FreeLibrary(m); }
-};
-using ModulePtr = std::unique_ptr<std::remove_pointer_t<HMODULE>, ModuleFree>;
 
 // Names exported by a loaded PE image, read from its export directory.
 std::set<std::string> ExportedNames(HMODULE module) {
@@ -69,7 +64,7 @@ class ModuleExports : public ::testing::Test {
     return live;
   }
 
-  ModulePtr module_;
+  kel::UniqueModule module_;
   KelCreateObjectFn create_ = nullptr;
   KelDestroyObjectFn destroy_ = nullptr;
 };
