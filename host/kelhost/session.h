@@ -34,6 +34,8 @@ struct HostParts {
 inline constexpr char kDefaultPolicyId[] = "kelhost.policy";
 // How long "events" with a "count" waits when the command gives no "waitMs".
 inline constexpr uint32_t kDefaultEventWaitMs = 5000;
+// The most plug-in threads one "notify" delivers from at once.
+inline constexpr uint32_t kMaxNotifyThreads = 64;
 
 class Session {
  public:
