@@ -11,6 +11,7 @@ using kel::nusdk::MailServers::ConnectionBlockedInfo;
 using kel::nusdk::MailServers::ItemScanInfo;
 
 namespace {
+constexpr wchar_t kStopFunction[] = L"kel::MailServers::kelScannerAgent::Stop";
 constexpr wchar_t kReportFunction[] = L"kel::MailServers::kelScannerAgent::ReportStatistics";
 constexpr wchar_t kWaitFunction[] =
     L"kel::MailServers::kelScannerAgent::ReportStatistics::<lambda_1>::operator ()";
@@ -19,12 +20,9 @@ constexpr wchar_t kWaitFunction[] =
 kelScannerAgent::kelScannerAgent(const wchar_t* agentName, kel::Clock& clock)
     : ScanListener(agentName, L"kel::MailServers::kelScannerAgent"), clock_(clock) {}
 
-kelScannerAgent::~kelScannerAgent() {
-  // The plug-in must stop calling in, and the thread must end, before the
-  // store and the lock they use are destroyed.
-  UnregisterSink();
-  report_.Stop();
-}
+// The plug-in must stop calling in, and the thread must end, before the store
+// and the lock they use are destroyed.
+kelScannerAgent::~kelScannerAgent() { StopReporting(); }
 
 uint32_t kelScannerAgent::Start() {
   if (const uint32_t code = ScanListener::Start()) return code;
@@ -37,29 +35,28 @@ uint32_t kelScannerAgent::Start() {
   return code;
 }
 
-bool kelScannerAgent::StopReportThread() {
-  if (::GetCurrentThreadId() == reportThreadId_.load()) {
-    logging::Write(logging::kLevelFailure, Qualified(L"Stop").c_str(),
-                   L"Refused: called on the report thread, which cannot wait for itself");
-    return false;
+bool kelScannerAgent::OnReportThread() const noexcept {
+  return ::GetCurrentThreadId() == reportThreadId_.load();
+}
+
+void kelScannerAgent::StopReporting() noexcept {
+  // Notifications end first, so that the final report holds all of them.
+  UnregisterSink();
+  if (const DWORD code = report_.Stop()) {
+    logging::Write(logging::kLevelFailure, kStopFunction, L"Error %d stopping the report thread",
+                   static_cast<int>(code));
   }
-  const DWORD code = report_.Stop();
-  if (code != 0) {
-    logging::Write(logging::kLevelFailure, Qualified(L"Stop").c_str(),
-                   L"Error %d stopping the report thread", static_cast<int>(code));
-  }
-  return code == 0;
 }
 
 void kelScannerAgent::Stop() {
-  TraceScope trace(Qualified(L"Stop").c_str());
-  if (::GetCurrentThreadId() == reportThreadId_.load()) {
-    StopReportThread();  // logs the refusal
+  TraceScope trace(kStopFunction);
+  if (OnReportThread()) {
+    // Joining the report thread from itself would wait for ever.
+    logging::Write(logging::kLevelFailure, kStopFunction,
+                   L"Refused: called on the report thread, which cannot wait for itself");
     return;
   }
-  // Notifications end first, so that the final report holds all of them.
-  UnregisterSink();
-  StopReportThread();
+  StopReporting();
   try {
     StopSteps();
   } catch (...) {
@@ -67,10 +64,7 @@ void kelScannerAgent::Stop() {
 }
 
 void kelScannerAgent::Uninit() {
-  if (::GetCurrentThreadId() != reportThreadId_.load()) {
-    UnregisterSink();
-    StopReportThread();
-  }
+  if (!OnReportThread()) StopReporting();
   ScanListener::Uninit();
 }
 

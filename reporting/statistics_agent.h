@@ -62,8 +62,10 @@ class kelScannerAgent final : public Reporting::ScanListener {
 
  private:
   void ReportStatistics(HANDLE stop);
-  // False (logged) on the report thread, where waiting for it cannot end.
-  bool StopReportThread();
+  bool OnReportThread() const noexcept;
+  // Unregisters from the plug-in, then stops the report thread (a final
+  // report). Not on the report thread.
+  void StopReporting() noexcept;
 
   kel::Clock& clock_;
   kel::CriticalSection lock_;  // the statistics lock

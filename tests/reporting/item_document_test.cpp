@@ -1,14 +1,10 @@
-// The item scan documents against literal JSON, and the scanner agent's
-// lifecycle with the plug-in.
+// The item scan documents against literal JSON; the scanner agent itself is
+// walked end to end by tests/host/reporting_scanner.jsonl.
 #include <functional>
-#include <string>
 
 #include <gtest/gtest.h>
 
-#include "host/kelhost/manager.h"
 #include "reporting/item_document.h"
-#include "reporting/scanner_agent.h"
-#include "tests/agent/fakes.h"
 #include "tests/agent/json_test_util.h"
 #include "tests/reporting/scan_items.h"
 
@@ -50,17 +46,6 @@ struct DocumentCase {
   const char* expected;
 };
 
-void ExpectDocuments(const DocumentCase* begin, const DocumentCase* end) {
-  for (const DocumentCase* c = begin; c != end; ++c) {
-    SCOPED_TRACE(c->name);
-    ItemScanInfo item = TransportEmail();
-    c->change(item);
-    Json::Value document;
-    Reporting::WriteItemDocument(item, document);
-    EXPECT_EQ(Compact(document), Canonical(c->expected));
-  }
-}
-
 TEST(ItemDocument, WholeDocumentsBySourceAndKind) {
   const DocumentCase cases[] = {
       {"transport e-mail, no rules", [](ItemScanInfo&) {}, R"({
@@ -77,6 +62,7 @@ TEST(ItemDocument, WholeDocumentsBySourceAndKind) {
          item.folderPath = L"/Inbox";
          item.traffic = 0;
          item.actionTaken = 7;
+         item.errors.Insert(L"timeout", 0);  // all zero: no "errors"
          item.quarantinedItemId = L"Q-17";
          item.recipientConnections.RemoveAll();
        },
@@ -124,15 +110,14 @@ TEST(ItemDocument, WholeDocumentsBySourceAndKind) {
         "messageId": "<m1@example.test>", "quarantinedItemID": "",
         "sourceIP": {"connection": "192.0.2.7"}, "traffic": "n/a"})"},
   };
-  ExpectDocuments(std::begin(cases), std::end(cases));
-}
-
-TEST(ItemDocument, AllZeroErrorsLeaveNoKey) {
-  ItemScanInfo item = TransportEmail();
-  item.errors.Insert(L"timeout", 0);
-  Json::Value document;
-  Reporting::WriteItemDocument(item, document);
-  EXPECT_FALSE(document.isMember("errors"));
+  for (const DocumentCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    ItemScanInfo item = TransportEmail();
+    c.change(item);
+    Json::Value document;
+    Reporting::WriteItemDocument(item, document);
+    EXPECT_EQ(Compact(document), Canonical(c.expected));
+  }
 }
 
 // The module part of the document, the rest being as in the first case above.
@@ -253,92 +238,6 @@ TEST(ItemDocument, ModulesAndTheirRules) {
     }
     EXPECT_EQ(Compact(modules), Canonical(c.expected));
   }
-}
-
-TEST(ConnectionBlockedDocument, OnlyReasonZeroIsNamed) {
-  struct Case {
-    int32_t reason;
-    const char* expected;
-  };
-  const Case cases[] = {
-      {0, R"({"senderEmail": "spam@bad.test", "blockedBy": "senderBlacklist"})"},
-      {1, R"({"senderEmail": "spam@bad.test", "blockedBy": ""})"},
-      {-1, R"({"senderEmail": "spam@bad.test", "blockedBy": ""})"},
-  };
-  for (const Case& c : cases) {
-    kel::nusdk::MailServers::ConnectionBlockedInfo info;
-    info.senderEmail = L"spam@bad.test";
-    info.blockedBy = c.reason;
-    Json::Value document;
-    Reporting::WriteConnectionBlockedDocument(info, document);
-    EXPECT_EQ(Compact(document), Canonical(c.expected)) << c.reason;
-  }
-}
-
-// The agent on the fake host: Init registers its face with a null second
-// argument, a refusal undoes Init with the plug-in's code, Stop unregisters,
-// Start registers again, and each notification is one event.
-class ScannerAgentTest : public ::testing::Test {
- protected:
-  ScannerAgentTest() {
-    components_.Offer(EnterpriseIntegration::kManagerComponentName,
-                      EnterpriseIntegration::IID_IManager, &manager_);
-    components_.Offer(kel::nusdk::MailServers::kOnAccessComponentName,
-                      kel::nusdk::MailServers::IID_IMailServers, &plugin_);
-  }
-
-  reporting_test::FakeOnAccess plugin_;
-  kelhost::Manager manager_;
-  kel::test::FakeComponentManager components_;
-  kel::test::FakeServMain main_{&components_};
-  kel::nusdk::MailServers::ScannerAgent agent_{L"MailServers.Scanner"};
-};
-
-TEST_F(ScannerAgentTest, RefusedRegistrationFailsInitAndGivesEverythingBack) {
-  plugin_.refusal = 1359;
-  EXPECT_EQ(agent_.Init(&main_), 1359u);
-  EXPECT_EQ(components_.held[L"MailServers.OnAccess"], 0);
-  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
-  EXPECT_TRUE(plugin_.sinks.empty());
-}
-
-TEST_F(ScannerAgentTest, StopUnregistersAndStartRegistersAgain) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  ASSERT_EQ(plugin_.sinks.size(), 1u);
-  ASSERT_EQ(agent_.Start(), 0u);
-  EXPECT_EQ(plugin_.sinks.size(), 1u);
-  agent_.Stop();
-  EXPECT_TRUE(plugin_.sinks.empty());
-  EXPECT_FALSE(manager_.IsRegistered(&agent_));
-  ASSERT_EQ(agent_.Start(), 0u);
-  EXPECT_EQ(plugin_.sinks.size(), 1u);
-  agent_.Stop();
-  agent_.Uninit();
-  EXPECT_TRUE(plugin_.sinks.empty());
-  EXPECT_EQ(components_.held[L"MailServers.OnAccess"], 0);
-}
-
-TEST_F(ScannerAgentTest, EachNotificationIsOneEventWithItsOptionWord) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  kel::nusdk::MailServers::IScanNotifications* sink = plugin_.sinks.at(0);
-  ItemScanInfo item = TransportEmail();
-  item.onDemandTaskId = kTask;
-  item.objectType = 1;
-  EXPECT_EQ(sink->OnItemScanned(item), 0);
-  kel::nusdk::MailServers::ConnectionBlockedInfo blocked;
-  blocked.senderEmail = L"spam@bad.test";
-  EXPECT_EQ(sink->OnConnectionBlocked(blocked), 0);
-  const std::vector<kelhost::ReceivedEvent> events = manager_.TakeEvents();
-  ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(events[0].name, "MailServers.OnDemand.ObjectScanned");
-  EXPECT_EQ(events[0].flags, 512u);
-  Json::Value expected;
-  Reporting::WriteItemDocument(item, expected);
-  EXPECT_EQ(Compact(events[0].body), Compact(expected));
-  EXPECT_EQ(events[1].name, "MailServers.Transport.ConnectionBlocked");
-  EXPECT_EQ(events[1].flags, 0u);
-  EXPECT_EQ(Compact(events[1].body),
-            Canonical(R"({"senderEmail": "spam@bad.test", "blockedBy": "senderBlacklist"})"));
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ using reporting_test::Texts;
 using reporting_test::TransportEmail;
 using reporting_test::VirusRule;
 
-constexpr int64_t k100000 = 1'795'514'400;  // 2026-11-24 10:00:00 UTC, an even minute
+constexpr int64_t kTenAm = 1'795'514'400;  // 2026-11-24 10:00:00 UTC, an even minute
 constexpr int64_t kTicksPerSecond = 10'000'000;
 constexpr int64_t kUnixEpochTicks = 116'444'736'000'000'000;
 
@@ -39,12 +39,12 @@ TEST(ReportClock, PeriodByTimeSinceTheLastReport) {
     uint32_t period;
   };
   const Case cases[] = {
-      {k100000, 0, 30},                   // nothing sent yet
-      {k100000, k100000, 120},            // just sent
-      {k100000, k100000 - 130, 120},      // the last second of a busy spell
-      {k100000, k100000 - 131, 30},       // idle
-      {k100000, k100000 + 10, 30},        // the clock went back: looks idle
-      {k100000, k100000 - 0x100000000, 120},  // the difference is taken modulo 2^32
+      {kTenAm, 0, 30},                   // nothing sent yet
+      {kTenAm, kTenAm, 120},            // just sent
+      {kTenAm, kTenAm - 130, 120},      // the last second of a busy spell
+      {kTenAm, kTenAm - 131, 30},       // idle
+      {kTenAm, kTenAm + 10, 30},        // the clock went back: looks idle
+      {kTenAm, kTenAm - 0x100000000, 120},  // the difference is taken modulo 2^32
   };
   for (const Case& c : cases) {
     EXPECT_EQ(Reporting::ReportPeriodSeconds(c.now, c.last), c.period)
@@ -59,12 +59,12 @@ TEST(ReportClock, MillisecondsToTheNextMarkOfThePeriod) {
     uint32_t wait;
   };
   const Case cases[] = {
-      {Ticks(k100000 + 45), 30, 15'000},           // 10:00:45 -> 10:01:00
-      {Ticks(k100000 + 45, 250), 30, 14'750},
-      {Ticks(k100000 + 60), 120, 60'000},          // 10:01:00 -> 10:02:00, an even minute
-      {Ticks(k100000), 120, 120'000},              // on a mark: the whole period
-      {Ticks(k100000 + 119, 999) + 5'000, 120, 1},  // half a millisecond before
-      {Ticks(k100000 + 61), 30, 29'000},
+      {Ticks(kTenAm + 45), 30, 15'000},           // 10:00:45 -> 10:01:00
+      {Ticks(kTenAm + 45, 250), 30, 14'750},
+      {Ticks(kTenAm + 60), 120, 60'000},          // 10:01:00 -> 10:02:00, an even minute
+      {Ticks(kTenAm), 120, 120'000},              // on a mark: the whole period
+      {Ticks(kTenAm + 119, 999) + 5'000, 120, 1},  // half a millisecond before
+      {Ticks(kTenAm + 61), 30, 29'000},
       {0, 120, 120'000},                            // the epoch of FILETIME is a mark
   };
   for (const Case& c : cases) {
@@ -72,7 +72,7 @@ TEST(ReportClock, MillisecondsToTheNextMarkOfThePeriod) {
   }
 }
 
-// Items folded one second apart from k100000; the store's document after them.
+// Items folded one second apart from kTenAm; the store's document after them.
 struct FoldCase {
   const char* name;
   std::vector<std::function<void(ItemScanInfo&)>> items;
@@ -81,7 +81,7 @@ struct FoldCase {
 
 Json::Value FoldAll(const FoldCase& c) {
   Reporting::StatisticsStore store;
-  int64_t now = k100000;
+  int64_t now = kTenAm;
   for (const auto& change : c.items) {
     ItemScanInfo item = TransportEmail();
     change(item);
@@ -207,7 +207,7 @@ class StatisticsAgentTest : public ::testing::Test {
                       EnterpriseIntegration::IID_IManager, &manager_);
     components_.Offer(kel::nusdk::MailServers::kOnAccessComponentName,
                       kel::nusdk::MailServers::IID_IMailServers, &plugin_);
-    clock_.SetLimit(k100000 + 45);
+    clock_.SetLimit(kTenAm + 45);
   }
   ~StatisticsAgentTest() override { agent_.Stop(); }
 
@@ -228,7 +228,7 @@ class StatisticsAgentTest : public ::testing::Test {
     return times;
   }
 
-  kel::ManualClock clock_{k100000 + 45};
+  kel::ManualClock clock_{kTenAm + 45};
   reporting_test::FakeOnAccess plugin_;
   reporting_test::RecordingManager manager_{clock_};
   kel::test::FakeComponentManager components_;
@@ -240,20 +240,20 @@ TEST_F(StatisticsAgentTest, ReportsOnTheMarksOfTheUtcClock) {
   InitAndStart();
   ASSERT_TRUE(clock_.WaitUntilParked(kParkTimeoutMs));  // waiting for 10:01:00
   Scan();                                               // at 10:00:45, after a long idle
-  RunTo(k100000 + 60);  // the next 30-second mark
-  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({k100000 + 60}));
+  RunTo(kTenAm + 60);  // the next 30-second mark
+  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({kTenAm + 60}));
 
   // Right after a report the thread waits for the next two-minute mark; a
   // scan meanwhile is reported there, and nothing is sent while idle.
   Scan();
-  RunTo(k100000 + 600);
-  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({k100000 + 60, k100000 + 120}));
+  RunTo(kTenAm + 600);
+  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({kTenAm + 60, kTenAm + 120}));
   const std::vector<reporting_test::Report> reports = manager_.Reports();
   EXPECT_EQ(reports[0].options, 0u);
   EXPECT_EQ(Compact(reports[0].body["stats"]["transport"]),
             Canonical(R"({"interval": {"first": 1795514445, "last": 1795514445},
                           "byTraffic": {"incoming": {"total": 1, "byFilter": {}}}})"));
-  EXPECT_EQ(reports[1].body["stats"]["transport"]["interval"]["first"].asInt64(), k100000 + 60);
+  EXPECT_EQ(reports[1].body["stats"]["transport"]["interval"]["first"].asInt64(), kTenAm + 60);
   // Two waits that ended in a report; then, without data, 10:04 and 10:06 on
   // the two-minute clock (the last report is still recent), then every 30
   // seconds up to 10:10.
@@ -265,7 +265,7 @@ TEST_F(StatisticsAgentTest, StopSendsAFinalReportOnlyWhenThereIsData) {
   ASSERT_TRUE(clock_.WaitUntilParked(kParkTimeoutMs));
   Scan();
   agent_.Stop();  // between marks
-  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({k100000 + 45}));
+  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({kTenAm + 45}));
   EXPECT_TRUE(plugin_.sinks.empty());
   EXPECT_EQ(manager_.Registered(), 0);
 
@@ -279,10 +279,10 @@ TEST_F(StatisticsAgentTest, StopOnTheReportThreadIsRefusedAndChangesNothing) {
   manager_.onReport = [this] { agent_.Stop(); };
   ASSERT_EQ(agent_.Init(&main_), 0u);
   Scan();
-  clock_.SetLimit(k100000 + 60);
+  clock_.SetLimit(kTenAm + 60);
   ASSERT_EQ(agent_.Start(), 0u);
   ASSERT_TRUE(clock_.WaitUntilParked(kParkTimeoutMs));  // reported at 10:01:00, then on
-  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({k100000 + 60}));
+  EXPECT_EQ(ReportTimes(), std::vector<int64_t>({kTenAm + 60}));
   EXPECT_EQ(plugin_.sinks.size(), 1u);
   EXPECT_EQ(manager_.Registered(), 1);
 
