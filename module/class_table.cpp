@@ -20,7 +20,8 @@ ExportedSingletonDeclaration<ConnectionFilter::ConnectionAgent> g_connection(
 ExportedSingletonDeclaration<Content::Agent> g_content(L"MailServers.Content");
 ExportedSingletonDeclaration<DomainCheck::Agent> g_domainCheck(L"MailServers.DomainCheck");
 ExportedSingletonDeclaration<Transport::Agent> g_transport(L"MailServers.Transport");
-ExportedSingletonDeclaration<kel::nusdk::MailServers::ScannerAgent> g_scanner(L"MailServers.Scanner");
+ExportedSingletonDeclaration<kel::nusdk::MailServers::ScannerAgent> g_scanner(
+    L"MailServers.Scanner");
 ExportedSingletonDeclaration<kel::MailServers::kelScannerAgent> g_statistics(
     L"kel.MailServers.Scanner");
 }  // namespace

@@ -85,8 +85,7 @@ void PutRule(Json::Value& entry, const ItemScanInfo::Content::RuleInfo& rule) {
 void PutRule(Json::Value& entry, const ItemScanInfo::Attachment::RuleInfo& rule) {
   PutHeader(entry, rule);
   PutName(entry, "mainActionTaken", kAttachmentActionNames, rule.mainActionTaken);
-  PutNames(entry, "secondaryActionsTaken", kAttachmentSecondaryNames,
-           rule.secondaryActionsTaken);
+  PutNames(entry, "secondaryActionsTaken", kAttachmentSecondaryNames, rule.secondaryActionsTaken);
   Json::Value& files = entry[Key("filesMatched")] = Json::Value(Json::arrayValue);
   for (const auto& file : rule.filesMatched) {
     Json::Value& written = files.append(Json::Value(Json::objectValue));
@@ -98,8 +97,7 @@ void PutRule(Json::Value& entry, const ItemScanInfo::Attachment::RuleInfo& rule)
 void PutRule(Json::Value& entry, const ItemScanInfo::DomainCheck::RuleInfo& rule) {
   PutHeader(entry, rule);
   PutName(entry, "mainActionTaken", kEmailActionNames, rule.mainActionTaken);
-  PutNames(entry, "secondaryActionsTaken", kDomainCheckSecondaryNames,
-           rule.secondaryActionsTaken);
+  PutNames(entry, "secondaryActionsTaken", kDomainCheckSecondaryNames, rule.secondaryActionsTaken);
 }
 
 enum class RulesWhen { kAlways, kWithAction };

@@ -118,8 +118,7 @@ inline constexpr char kUnknownTraffic[] = "n/a";
 template <class Table>
 const char* NameOf(const Table& table, int64_t code) noexcept {
   if (code < INT32_MIN || code > UINT32_MAX) return nullptr;
-  const EnterpriseIntegration::EnumName* row =
-      table.view().FindCode(static_cast<uint32_t>(code));
+  const EnterpriseIntegration::EnumName* row = table.view().FindCode(static_cast<uint32_t>(code));
   return row ? row->name.data() : nullptr;
 }
 

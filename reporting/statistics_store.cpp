@@ -97,10 +97,11 @@ Tally Tally::Of(const ItemScanInfo& info) {
 
   AddAddresses(info.recipientConnections, tally.recipients);
   if (tally.recipients.empty()) AddAddresses(info.recipientEmails, tally.recipients);
-  tally.sender = Address(info.senderConnection.IsEmpty() ? info.senderEmail : info.senderConnection);
+  tally.sender =
+      Address(info.senderConnection.IsEmpty() ? info.senderEmail : info.senderConnection);
 
-  tally.antispam = Verdict(info.antispam.rules, kEmailActionNames, kEmailActionDeliver,
-                           kAntispamSecondaryNames);
+  tally.antispam =
+      Verdict(info.antispam.rules, kEmailActionNames, kEmailActionDeliver, kAntispamSecondaryNames);
   Add(tally.byFilter, "antispam", tally.antispam);
   if (info.antivirus.rules.Count() != 0) {
     tally.byFilter.push_back({"antivirus", AntivirusOutcome(info.antivirus.action)});

@@ -19,17 +19,19 @@
 // disinfectFile), "NoAction" (ignoreFile, or a code without a name) or
 // "Modified" (every other: the item was changed, withheld or removed).
 //
-// | group / key                                | fed by                          | counters               |
-// |--------------------------------------------|---------------------------------|------------------------|
-// | antispam sentTo[recipient]                 | antispam rules, when any match  | the antispam verdict   |
-// | antivirus sentTo[threat].byAddress[recip.] | each threat of each antivirus   | the antivirus outcome  |
-// | antivirus sentBy[threat].byAddress[sender] |   rule, with its "type" name    |   of the rule's        |
-// |                                            |                                 |   actionTaken          |
-// | transport byTraffic[traffic].total         | every counted message           | (one integer)          |
-// | transport byTraffic[traffic].byFilter      | the module's matched rules:     |                        |
-// |   ["antispam"], ["content"]                |   e-mail action table           | the verdict            |
-// |   ["attachment"]                           |   attachment action table       | the verdict            |
-// |   ["antivirus"]                            |   the module's action           | the antivirus outcome  |
+// | counters (byAddress left out)       | fed by                         | counter          |
+// |-------------------------------------|--------------------------------|------------------|
+// | antispam sentTo[recipient]          | the antispam rules, when any   | the verdict      |
+// |                                     |   matched                      |                  |
+// | antivirus sentTo[threat][recipient] | each threat of each antivirus  | the outcome of   |
+// | antivirus sentBy[threat][sender]    |   rule; "type" its type's name |   the rule's     |
+// |                                     |                                |   actionTaken    |
+// | transport byTraffic[t].total        | every message counted          | (one integer)    |
+// | transport byTraffic[t].byFilter[f]  | f antispam, content: their     | the verdict      |
+// |                                     |   rules, e-mail action table   |                  |
+// |                                     | f attachment: its rules,       | the verdict      |
+// |                                     |   attachment action table      |                  |
+// |                                     | f antivirus: the module action | the outcome      |
 //
 // Traffic names are "incoming", "outgoing", "internal", or "n/a" for any other
 // code. Domain check has no group: it matches senders, not messages a console

@@ -68,20 +68,32 @@ Host& TheHost() {
 
 // ---- The document written straight on jsoncpp, as one would without tables.
 
-std::string Utf8(const kel::StringW& text) { return kel::Utf8FromWide(text.c_str(), text.Length()); }
+std::string Utf8(const kel::StringW& text) {
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
 
 const char* FileAction(int32_t code) {
   switch (code) {
-    case 1: return "ignoreFile";
-    case 3: return "disinfect";
-    case 5: return "deleteFile";
-    case 7: return "quarantineFile";
-    case 10: return "disinfectFile";
-    case 0x302: return "quarantineEmail";
-    case 0x402: return "redirectEmail";
-    case 0x505: return "replaceFile";
-    case 0x602: return "rejectOrDeleteEmail";
-    default: return nullptr;
+    case 1:
+      return "ignoreFile";
+    case 3:
+      return "disinfect";
+    case 5:
+      return "deleteFile";
+    case 7:
+      return "quarantineFile";
+    case 10:
+      return "disinfectFile";
+    case 0x302:
+      return "quarantineEmail";
+    case 0x402:
+      return "redirectEmail";
+    case 0x505:
+      return "replaceFile";
+    case 0x602:
+      return "rejectOrDeleteEmail";
+    default:
+      return nullptr;
   }
 }
 const char* EmailAction(int32_t code) {
@@ -90,21 +102,26 @@ const char* EmailAction(int32_t code) {
   return code >= 0 && code < 4 ? kNames[code] : nullptr;
 }
 const char* Secondary(int32_t code) {
-  static const char* const kNames[] = {"tagSubject", "addHeader", "saveToFolder", "bccTo",
-                                       "addSCLHeader", "notifyInternalRecipients",
+  static const char* const kNames[] = {"tagSubject",      "addHeader",
+                                       "saveToFolder",    "bccTo",
+                                       "addSCLHeader",    "notifyInternalRecipients",
                                        "notifyRecipients"};
   return code >= 0 && code < 7 ? kNames[code] : nullptr;
 }
 const char* ThreatType(int32_t code) {
-  static const char* const kNames[] = {"virus", "spyware", "adware", "spam",
-                                       "rootkit", "dialer", "application", "archiveBomb"};
+  static const char* const kNames[] = {"virus",   "spyware", "adware",      "spam",
+                                       "rootkit", "dialer",  "application", "archiveBomb"};
   if (code >= 0 && code < 8) return kNames[code];
   return code == 0x86 ? "pua" : code == 0x106 ? "keylogger" : code == -1 ? "unknown" : nullptr;
 }
 Json::Value Flags(uint32_t status) {
-  static const std::pair<uint32_t, const char*> kFlags[] = {
-      {1, "clean"}, {2, "infected"}, {4, "suspect"}, {8, "passwordProtected"},
-      {16, "deleteAfterReboot"}, {32, "moveAfterReboot"}, {0x40000000, "scanFailed"}};
+  static const std::pair<uint32_t, const char*> kFlags[] = {{1, "clean"},
+                                                            {2, "infected"},
+                                                            {4, "suspect"},
+                                                            {8, "passwordProtected"},
+                                                            {16, "deleteAfterReboot"},
+                                                            {32, "moveAfterReboot"},
+                                                            {0x40000000, "scanFailed"}};
   Json::Value array(Json::arrayValue);
   for (const auto& flag : kFlags) {
     if ((status & flag.first) == flag.first) array.append(flag.second);
@@ -118,8 +135,9 @@ void Header(Json::Value& entry, const Rule& rule) {
   entry["detectedWithoutScan"] = rule.detectedWithoutScan;
 }
 const char* ContentSecondary(int32_t code) {
-  static const char* const kNames[] = {"tagSubject", "addHeader", "saveToFolder", "bccTo",
-                                       "notifyInternalRecipients", "notifyRecipients"};
+  static const char* const kNames[] = {
+      "tagSubject",      "addHeader", "saveToFolder", "bccTo", "notifyInternalRecipients",
+      "notifyRecipients"};
   return code >= 0 && code < 6 ? kNames[code] : nullptr;
 }
 Json::Value SecondaryList(const kel::List<int32_t>& codes, const char* (*name)(int32_t)) {
@@ -189,7 +207,8 @@ Json::Value DirectDocument(const ItemScanInfo& info) {
     }
   }
   static const char* const kOutcomes[] = {"passthrough", "modify", "drop"};
-  if (info.actionTaken >= 0 && info.actionTaken < 3) doc["actionTaken"] = kOutcomes[info.actionTaken];
+  if (info.actionTaken >= 0 && info.actionTaken < 3)
+    doc["actionTaken"] = kOutcomes[info.actionTaken];
   doc["subject"] = Utf8(info.subject);
   doc["size"] = static_cast<Json::Int64>(info.size);
   doc["authenticated"] = info.authenticated;

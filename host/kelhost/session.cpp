@@ -93,8 +93,8 @@ const std::map<std::string, Session::Op>& Session::Ops() {
                                       "nullOutput", "nullAccessor", nullptr};
   static const char* const kPlugin[] = {"name", "available", "fail", nullptr};
   static const char* const kManager[] = {"register", nullptr};
-  static const char* const kNotify[] = {"plugin", "notification", "data", "repeat", "threads",
-                                        nullptr};
+  static const char* const kNotify[] = {"plugin", "notification", "data",
+                                        "repeat", "threads",      nullptr};
   static const char* const kEvents[] = {"count", "waitMs", nullptr};
   static const char* const kSleep[] = {"ms", nullptr};
   // clang-format off
@@ -303,11 +303,11 @@ void Session::Notify(const Json::Value& command, Json::Value& reply) {
     delivery.threads = UInt32Of(*threads, "threads");
   }
   if (delivery.repeat == 0 || delivery.threads == 0 || delivery.threads > kMaxNotifyThreads) {
-    throw OpError{"bad field", "repeat must be at least 1, threads 1 to " +
-                                   std::to_string(kMaxNotifyThreads)};
+    throw OpError{"bad field",
+                  "repeat must be at least 1, threads 1 to " + std::to_string(kMaxNotifyThreads)};
   }
-  const NotifyOutcome outcome = plugin->NotifyRepeated(
-      notification, data ? *data : Json::Value(Json::objectValue), delivery);
+  const NotifyOutcome outcome =
+      plugin->NotifyRepeated(notification, data ? *data : Json::Value(Json::objectValue), delivery);
   if (!outcome.error.empty()) throw OpError{outcome.error, outcome.detail};
   reply["delivered"] = Code(outcome.delivered);
 }

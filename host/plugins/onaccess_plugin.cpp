@@ -181,10 +181,9 @@ class OnAccessPlugin final : public ReferencePlugin, public IMailServers {
                                const Delivery& delivery) override {
     if (notification == "itemScanned") {
       ItemScanInfo item;
-      return Deliver(data, "ItemScanInfo", item, ReadItem, delivery,
-                     [](IScanNotifications& sink, const ItemScanInfo& info) {
-                       sink.OnItemScanned(info);
-                     });
+      return Deliver(
+          data, "ItemScanInfo", item, ReadItem, delivery,
+          [](IScanNotifications& sink, const ItemScanInfo& info) { sink.OnItemScanned(info); });
     }
     if (notification == "connectionBlocked") {
       ConnectionBlockedInfo blocked;
@@ -230,8 +229,6 @@ class OnAccessPlugin final : public ReferencePlugin, public IMailServers {
 
 }  // namespace
 
-std::unique_ptr<ReferencePlugin> MakeOnAccessPlugin() {
-  return std::make_unique<OnAccessPlugin>();
-}
+std::unique_ptr<ReferencePlugin> MakeOnAccessPlugin() { return std::make_unique<OnAccessPlugin>(); }
 
 }  // namespace kelhost

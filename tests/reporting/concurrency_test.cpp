@@ -99,9 +99,8 @@ TEST(StatisticsConcurrency, EveryNotificationIsCountedInExactlyOneReport) {
   // More than the final report: the reports really ran beside the notifications.
   EXPECT_GT(reports.size(), 2u);
   std::printf("%d notifications in %lld ms, %zu reports\n", kThreads * kPerThread,
-              static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                         notified - start)
-                                         .count()),
+              static_cast<long long>(
+                  std::chrono::duration_cast<std::chrono::milliseconds>(notified - start).count()),
               reports.size());
   agent.Uninit();
 }

@@ -42,8 +42,7 @@ TEST(DetectionsEvent, SentOnlyForTransportEmailsWithSomethingFound) {
          return item;
        },
        nullptr},
-      {"three modules: each action named once, in module order",
-       reporting_test::BusyEmail,
+      {"three modules: each action named once, in module order", reporting_test::BusyEmail,
        R"({"messageId": "<m1@example.test>", "subject": "Quarterly report",
            "sentBy": {"connection": "Alice@Example.test"},
            "detections": ["antispam", "antivirus", "content"],

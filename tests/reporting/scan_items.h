@@ -102,8 +102,7 @@ class FakeOnAccess final : public kel::nusdk::MailServers::IMailServers {
     sinks.push_back(sink);
     return 0;
   }
-  uint32_t UnregisterScanNotifications(
-      kel::nusdk::MailServers::IScanNotifications* sink) override {
+  uint32_t UnregisterScanNotifications(kel::nusdk::MailServers::IScanNotifications* sink) override {
     auto found = std::find(sinks.begin(), sinks.end(), sink);
     if (found == sinks.end()) return kel::result::kNotFound;
     sinks.erase(found);

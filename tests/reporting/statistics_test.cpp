@@ -39,11 +39,11 @@ TEST(ReportClock, PeriodByTimeSinceTheLastReport) {
     uint32_t period;
   };
   const Case cases[] = {
-      {kTenAm, 0, 30},                   // nothing sent yet
-      {kTenAm, kTenAm, 120},            // just sent
-      {kTenAm, kTenAm - 130, 120},      // the last second of a busy spell
-      {kTenAm, kTenAm - 131, 30},       // idle
-      {kTenAm, kTenAm + 10, 30},        // the clock went back: looks idle
+      {kTenAm, 0, 30},                      // nothing sent yet
+      {kTenAm, kTenAm, 120},                // just sent
+      {kTenAm, kTenAm - 130, 120},          // the last second of a busy spell
+      {kTenAm, kTenAm - 131, 30},           // idle
+      {kTenAm, kTenAm + 10, 30},            // the clock went back: looks idle
       {kTenAm, kTenAm - 0x100000000, 120},  // the difference is taken modulo 2^32
   };
   for (const Case& c : cases) {
@@ -59,13 +59,13 @@ TEST(ReportClock, MillisecondsToTheNextMarkOfThePeriod) {
     uint32_t wait;
   };
   const Case cases[] = {
-      {Ticks(kTenAm + 45), 30, 15'000},           // 10:00:45 -> 10:01:00
+      {Ticks(kTenAm + 45), 30, 15'000},  // 10:00:45 -> 10:01:00
       {Ticks(kTenAm + 45, 250), 30, 14'750},
-      {Ticks(kTenAm + 60), 120, 60'000},          // 10:01:00 -> 10:02:00, an even minute
-      {Ticks(kTenAm), 120, 120'000},              // on a mark: the whole period
+      {Ticks(kTenAm + 60), 120, 60'000},           // 10:01:00 -> 10:02:00, an even minute
+      {Ticks(kTenAm), 120, 120'000},               // on a mark: the whole period
       {Ticks(kTenAm + 119, 999) + 5'000, 120, 1},  // half a millisecond before
       {Ticks(kTenAm + 61), 30, 29'000},
-      {0, 120, 120'000},                            // the epoch of FILETIME is a mark
+      {0, 120, 120'000},  // the epoch of FILETIME is a mark
   };
   for (const Case& c : cases) {
     EXPECT_EQ(Reporting::MillisecondsToNextMark(c.ticks, c.period), c.wait) << c.ticks;
@@ -98,7 +98,9 @@ Json::Value FoldAll(const FoldCase& c) {
 TEST(StatisticsStore, WhatEachScanResultFeeds) {
   const FoldCase cases[] = {
       {"on-demand scans and objects are not mail flow",
-       {[](ItemScanInfo& item) { item.onDemandTaskId = {1, 0}; },
+       {[](ItemScanInfo& item) {
+          item.onDemandTaskId = {1, 0};
+        },
         [](ItemScanInfo& item) { item.objectType = 1; }},
        "{}"},
       {"a clean message counts in its traffic only",
@@ -240,7 +242,7 @@ TEST_F(StatisticsAgentTest, ReportsOnTheMarksOfTheUtcClock) {
   InitAndStart();
   ASSERT_TRUE(clock_.WaitUntilParked(kParkTimeoutMs));  // waiting for 10:01:00
   Scan();                                               // at 10:00:45, after a long idle
-  RunTo(kTenAm + 60);  // the next 30-second mark
+  RunTo(kTenAm + 60);                                   // the next 30-second mark
   EXPECT_EQ(ReportTimes(), std::vector<int64_t>({kTenAm + 60}));
 
   // Right after a report the thread waits for the next two-minute mark; a
