@@ -70,7 +70,7 @@ class RecordingManager final : public EnterpriseIntegration::IManager {
     return registered_;
   }
 
-  std::function<void()> onReport;  // set before the agent starts
+  std::function<void()> onReport;  // set only while no report can be on its way
 
  private:
   const kel::Clock& clock_;
