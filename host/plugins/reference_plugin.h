@@ -130,16 +130,21 @@ void DeliverOnPluginThreads(const Delivery& delivery, Fn&& deliver) {
   std::exception_ptr failure;
   std::mutex failureLock;
   std::vector<std::thread> workers;
-  workers.reserve(delivery.threads);
-  for (uint32_t t = 0; t < delivery.threads; ++t) {
-    workers.emplace_back([&] {
-      try {
-        for (uint32_t i = 0; i < delivery.repeat; ++i) deliver();
-      } catch (...) {
-        std::lock_guard<std::mutex> lock(failureLock);
-        if (!failure) failure = std::current_exception();
-      }
-    });
+  const auto run = [&] {
+    try {
+      for (uint32_t i = 0; i < delivery.repeat; ++i) deliver();
+    } catch (...) {
+      std::lock_guard<std::mutex> lock(failureLock);
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  try {
+    workers.reserve(delivery.threads);
+    for (uint32_t t = 0; t < delivery.threads; ++t) workers.emplace_back(run);
+  } catch (...) {
+    // The threads already running are joined before the failure goes on.
+    for (std::thread& worker : workers) worker.join();
+    throw;
   }
   for (std::thread& worker : workers) worker.join();
   if (failure) std::rethrow_exception(failure);
