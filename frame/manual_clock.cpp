@@ -34,6 +34,7 @@ bool ManualClock::WaitFor(HANDLE stop, uint32_t milliseconds) noexcept {
       CriticalSectionLock lock(lock_);
       if (now_ <= limit_ - period) {
         now_ += period;
+        ++waits_;
         return false;
       }
       generation = generation_;
@@ -68,6 +69,11 @@ void ManualClock::SetLimit(int64_t unixSeconds) noexcept {
 
 bool ManualClock::WaitUntilParked(uint32_t timeoutMs) const noexcept {
   return ::WaitForSingleObject(someone_parked_.get(), timeoutMs) == WAIT_OBJECT_0;
+}
+
+uint64_t ManualClock::Waits() const noexcept {
+  CriticalSectionLock lock(lock_);
+  return waits_;
 }
 
 }  // namespace kel

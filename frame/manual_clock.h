@@ -40,11 +40,14 @@ class ManualClock final : public Clock {
   void SetLimit(int64_t unixSeconds) noexcept;
   // Really waits, at most `timeoutMs`, for a waiter to park at the limit.
   bool WaitUntilParked(uint32_t timeoutMs) const noexcept;
+  // Waits that ended by moving the time.
+  uint64_t Waits() const noexcept;
 
  private:
   mutable CriticalSection lock_;
   int64_t now_;  // FILETIME ticks
   int64_t limit_ = INT64_MAX;
+  uint64_t waits_ = 0;
   // Parked waiters are counted per limit: SetLimit releases them all at once
   // (one semaphore count each) and starts a new count.
   uint64_t generation_ = 0;

@@ -5,6 +5,8 @@
 #include "groups/groups_agent.h"
 #include "ondemand/kel_ondemand_agent.h"
 #include "ondemand/ondemand_agent.h"
+#include "reporting/scanner_agent.h"
+#include "reporting/statistics_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -31,4 +33,8 @@ ExportedObjectDeclaration<MailServers::KelOnDemandAgent> g_kelOnDemand(
 ExportedSingletonDeclaration<MailServers::OnDemandAgent> g_onDemand(MailServers::kOnDemandAgentName);
 ExportedSingletonDeclaration<MailServers::OnDemandAgent> g_onDemandAgain(
     MailServers::kOnDemandAgentName);
+ExportedSingletonDeclaration<kel::nusdk::MailServers::ScannerAgent> g_scanner(
+    L"MailServers.Scanner");
+ExportedSingletonDeclaration<kel::MailServers::kelScannerAgent> g_statistics(
+    L"kel.MailServers.Scanner");
 }  // namespace

@@ -97,7 +97,8 @@ const std::map<std::string, Session::Op>& Session::Ops() {
   static const char* const kAwait[] = {"call", "waitMs", nullptr};
   static const char* const kPlugin[] = {"name", "available", "fail", "directory", nullptr};
   static const char* const kManager[] = {"register", nullptr};
-  static const char* const kNotify[] = {"plugin", "notification", "data", nullptr};
+  static const char* const kNotify[] = {"plugin", "notification", "data",
+                                        "repeat", "threads",      nullptr};
   static const char* const kEvents[] = {"count", "waitMs", nullptr};
   static const char* const kSleep[] = {"ms", nullptr};
   // clang-format off
@@ -396,8 +397,19 @@ void Session::Notify(const Json::Value& command, Json::Value& reply) {
   const Json::Value* data = Field(command, "data");
   ReferencePlugin* plugin = parts_.plugins->Find(kel::WideFromUtf8(name));
   if (plugin == nullptr) throw OpError{"unknown plugin", "kelhost has no plug-in " + Quoted(name)};
+  Delivery delivery;
+  if (const Json::Value* repeat = Field(command, "repeat")) {
+    delivery.repeat = UInt32Of(*repeat, "repeat");
+  }
+  if (const Json::Value* threads = Field(command, "threads")) {
+    delivery.threads = UInt32Of(*threads, "threads");
+  }
+  if (delivery.repeat == 0 || delivery.threads == 0 || delivery.threads > kMaxNotifyThreads) {
+    throw OpError{"bad field",
+                  "repeat must be at least 1, threads 1 to " + std::to_string(kMaxNotifyThreads)};
+  }
   const NotifyOutcome outcome =
-      plugin->Notify(notification, data ? *data : Json::Value(Json::objectValue));
+      plugin->NotifyRepeated(notification, data ? *data : Json::Value(Json::objectValue), delivery);
   if (!outcome.error.empty()) throw OpError{outcome.error, outcome.detail};
   reply["delivered"] = Code(outcome.delivered);
 }

@@ -41,6 +41,8 @@ inline constexpr char kDefaultPolicyId[] = "kelhost.policy";
 inline constexpr uint32_t kDefaultEventWaitMs = 5000;
 // How long "await" waits for its call when the command gives no "waitMs".
 inline constexpr uint32_t kDefaultAwaitMs = 5000;
+// The most plug-in threads one "notify" delivers from at once.
+inline constexpr uint32_t kMaxNotifyThreads = 64;
 
 class Session {
  public:

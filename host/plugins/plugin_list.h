@@ -14,3 +14,4 @@ KELHOST_PLUGIN(MakeAttachmentPlugin)
 KELHOST_PLUGIN(MakeQuarantinePlugin)
 KELHOST_PLUGIN(MakeReleaseEmailPlugin)  // shares the store made just before it
 KELHOST_PLUGIN(MakeOnDemandPlugin)
+KELHOST_PLUGIN(MakeOnAccessPlugin)

@@ -38,6 +38,16 @@ struct NotifyOutcome {
   }
 };
 
+// How a notification is delivered: `repeat` times on each of `threads` plug-in
+// threads running at once, so that a script can load an agent the way a busy
+// server does.
+struct Delivery {
+  uint32_t repeat = 1;
+  uint32_t threads = 1;
+
+  bool Single() const noexcept { return repeat == 1 && threads == 1; }
+};
+
 class ReferencePlugin {
  public:
   virtual ~ReferencePlugin() = default;
@@ -49,6 +59,13 @@ class ReferencePlugin {
   // Calls `notification` on every registered sink with the structure described
   // by `data` (members named like the structure's fields).
   virtual NotifyOutcome Notify(const std::string& notification, const Json::Value& data) = 0;
+  // The same, delivered as `delivery` says; a plug-in that cannot repeat
+  // its notifications refuses anything but a single delivery.
+  virtual NotifyOutcome NotifyRepeated(const std::string& notification, const Json::Value& data,
+                                       const Delivery& delivery) {
+    if (delivery.Single()) return Notify(notification, data);
+    return NotifyOutcome::Failed("bad field", "this plug-in delivers each notification once");
+  }
 
   // What the plug-in recorded of the requests it served, for the `plugin`
   // reply's "requests"; null when it records nothing.
@@ -116,6 +133,33 @@ void DeliverOnPluginThread(Fn&& deliver) {
     }
   });
   worker.join();
+  if (failure) std::rethrow_exception(failure);
+}
+
+// Runs `deliver` `delivery.repeat` times on each of `delivery.threads` threads
+// of the plug-in's own, all at once, and waits for them all.
+template <class Fn>
+void DeliverOnPluginThreads(const Delivery& delivery, Fn&& deliver) {
+  std::exception_ptr failure;
+  std::mutex failureLock;
+  std::vector<std::thread> workers;
+  const auto run = [&] {
+    try {
+      for (uint32_t i = 0; i < delivery.repeat; ++i) deliver();
+    } catch (...) {
+      std::lock_guard<std::mutex> lock(failureLock);
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  try {
+    workers.reserve(delivery.threads);
+    for (uint32_t t = 0; t < delivery.threads; ++t) workers.emplace_back(run);
+  } catch (...) {
+    // The threads already running are joined before the failure goes on.
+    for (std::thread& worker : workers) worker.join();
+    throw;
+  }
+  for (std::thread& worker : workers) worker.join();
   if (failure) std::rethrow_exception(failure);
 }
 
