@@ -1,6 +1,7 @@
 #pragma once
 // The name tables of quarantine documents.
 #include "agent/json/json_enum.h"
+#include "agent/scan_status_names.h"
 #include "sdk/mailservers/quarantine.h"
 
 namespace QuarantineAgent {
@@ -31,15 +32,7 @@ inline constexpr auto kReasonNames = EnterpriseIntegration::EnumNames({
     {q::kReasonDetectedWithoutScan, "detectedWithoutScan"},
 });
 
-// Shared with the item scan events.
-inline constexpr auto kScanStatusNames = EnterpriseIntegration::FlagNames({
-    {q::kStatusClean, "clean"},
-    {q::kStatusInfected, "infected"},
-    {q::kStatusSuspect, "suspect"},
-    {q::kStatusPasswordProtected, "passwordProtected"},
-    {q::kStatusDeleteAfterReboot, "deleteAfterReboot"},
-    {q::kStatusMoveAfterReboot, "moveAfterReboot"},
-    {q::kStatusScanFailed, "scanFailed"},
-});
+// The scan status flags: EnterpriseIntegration::kScanStatusNames
+// (agent/scan_status_names.h), shared with the item scan events.
 
 }  // namespace QuarantineAgent

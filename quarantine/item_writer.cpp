@@ -54,7 +54,7 @@ bool WriteModuleSection(const Data& item, Json::Value& out) {
       PutString(section, "detected", item.antivirusDetected);
       if (!PutName(section, "reason", item.antivirusReason, kReasonNames.view())) return false;
       PutString(section, "file", item.antivirusFile);
-      SaveFlagsValue(item.antivirusStatus, kScanStatusNames.view(), section["status"]);
+      SaveFlagsValue(item.antivirusStatus, EnterpriseIntegration::kScanStatusNames.view(), section["status"]);
       return true;
     }
     case q::kModuleAttachment: {

@@ -4,7 +4,7 @@
 
 #include "agent/json/json_primitives.h"
 #include "reporting/item_document.h"
-#include "reporting/scan_status_names.h"
+#include "agent/scan_status_names.h"
 #include "reporting/scan_tables.h"
 
 namespace Reporting {

@@ -2,7 +2,7 @@
 
 #include "agent/json/json_primitives.h"
 #include "frame/text_convert.h"
-#include "reporting/scan_status_names.h"
+#include "agent/scan_status_names.h"
 #include "reporting/scan_tables.h"
 
 namespace Reporting {

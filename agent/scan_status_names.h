@@ -1,6 +1,6 @@
 #pragma once
-// The scan status flags of a scanned file, shared by the item scan events and
-// the quarantine's item documents: both must name a status the same way.
+// The scan status flags of a scanned file, one table for the item scan events
+// and the quarantine's item documents: both must name a status the same way.
 #include "agent/json/json_enum.h"
 
 namespace kel::nusdk::MailServers {
