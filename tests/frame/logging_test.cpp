@@ -34,18 +34,6 @@ std::vector<std::string> WithInit(std::vector<std::string> calls) {
   return calls;
 }
 
-TEST_F(LoggingTest, FirstHandleBindsTheLibraryBesideTheProgramAndInitialisesItOnce) {
-  std::optional<SinkProbe> probe;
-  {
-    logging::LogHandle handle;
-    EXPECT_TRUE(logging::IsActive());
-    EXPECT_EQ(ModulePath(::GetModuleHandleW(L"log.dll")), ProgramFolder() + L"log.dll");
-    probe.emplace();
-    ASSERT_EQ(handle->module(), probe->module());
-  }
-  EXPECT_THAT(probe->DrainCalls(), ElementsAreArray(WithInit(TeardownCalls())));
-}
-
 TEST_F(LoggingTest, HandlesShareOneBindingAndTheLastTearsItDown) {
   SinkProbe probe(ProgramFolder() + L"log.dll");
   std::optional<logging::LogHandle> first(std::in_place);
