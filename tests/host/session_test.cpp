@@ -105,6 +105,7 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
       {R"({"op":"create","class":"Test.Plain","iid":"66551ab3-fca3-bc90-5f42"})", "bad field"},
       {R"({"op":"sleep"})", "missing field"},
       {R"({"op":"sleep","ms":-1})", "bad field"},
+      {R"({"op":"sleep","ms":1.0})", "bad field"},
       {R"({"op":"sleep","ms":4294967296})", "bad field"},
       {R"({"op":"events","count":"1"})", "bad field"},
       {R"({"op":"manager","register":"no"})", "bad field"},
