@@ -3,6 +3,7 @@
 // the console and the log must see.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,16 +26,25 @@ class RulesAgent final : public EnterpriseIntegration::AgentBase {
     return true;
   }
   bool Reject(IPolicyMethod&) { return false; }
+  bool PassThrough(IPolicyMethod& method) {
+    method.SetResult(2250);
+    return true;
+  }
+  bool Throw(IPolicyMethod&) { throw std::runtime_error("broken plug-in"); }
   EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override { return kMethods; }
 
  private:
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
       {L"RunTask", EnterpriseIntegration::Handle<&RulesAgent::Run>},
       {L"Reject", EnterpriseIntegration::Handle<&RulesAgent::Reject>},
+      {L"PassThrough", EnterpriseIntegration::Handle<&RulesAgent::PassThrough>},
+      {L"Throw", EnterpriseIntegration::Handle<&RulesAgent::Throw>},
   };
 };
 
-enum Broken { kWhole, kNoPlugins, kNullName, kNullPolicy };
+// kNoPlugins also breaks the policy identifier: missing plug-ins are reported
+// first, whatever else is wrong. kNullMethod passes no call object at all.
+enum Broken { kWhole, kNoPlugins, kNullName, kNullPolicy, kNullInput, kNullOutput, kNullMethod };
 
 struct Row {
   const wchar_t* name;
@@ -62,8 +72,13 @@ const std::vector<Description>& Descriptions() {
           {8, 0, kFn, L"Function xTest.Rules.RunTask not found"}}},
         {L"Reject", kWhole, 160,
          {{32, 0, kFn, L"Method name is 'Reject'"}, {8, 0, kFn, L"Reject - input validation failed"}}},
+        {L"PassThrough", kWhole, 2250, {{32, 0, kFn, L"Method name is 'PassThrough'"}}},
+        {L"Throw", kWhole, 1359, {{32, 0, kFn, L"Method name is 'Throw'"}}},
         {L"RunTask", kNoPlugins, 21, {{4, 0, kLambda, L"Don't have one of the two plugins"}}},
+        {L"RunTask", kNullMethod, 0xFFFFFFFF, {{4, 0, kLambda, L"invalid policy parameter"}}},
         {L"RunTask", kNullPolicy, 13, {{4, 0, kLambda, L"invalid policy data"}}},
+        {L"RunTask", kNullInput, 13, {{4, 0, kLambda, L"invalid policy data"}}},
+        {L"RunTask", kNullOutput, 13, {{4, 0, kLambda, L"invalid policy data"}}},
         {L"RunTask", kNullName, 4317,
          {{32, 0, kFn, L"Method name is ''"}, {8, 0, kFn, L"Function  not found"}}}}},
       {"on-demand", &MailServers::kOnDemandDispatchRules,
@@ -98,9 +113,11 @@ TEST(DispatchRules, EachDescriptionMatchesAndReportsItsOwnWay) {
         ASSERT_EQ(agent.Init(&main), 0u);
       FakePolicyMethod method(row.name);
       method.nullName = row.broken == kNullName;
-      method.nullPolicy = row.broken == kNullPolicy;
+      method.nullPolicy = row.broken == kNullPolicy || row.broken == kNoPlugins;
+      method.nullInput = row.broken == kNullInput;
+      method.nullOutput = row.broken == kNullOutput;
       sink.DrainLines();
-      agent.RunPolicyMethod(&method);
+      agent.RunPolicyMethod(row.broken == kNullMethod ? nullptr : &method);
       std::vector<RecordedLine> lines;
       for (RecordedLine& line : sink.DrainLines())
         if (line.depth_change == 0) lines.push_back(line);
@@ -109,6 +126,7 @@ TEST(DispatchRules, EachDescriptionMatchesAndReportsItsOwnWay) {
                                 std::to_string(row.broken);
       EXPECT_EQ(method.result, row.result) << where;
       EXPECT_EQ(lines, row.lines) << where;
+      EXPECT_LE(method.resultsSet, 1) << where;
     }
   }
 }

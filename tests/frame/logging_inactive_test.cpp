@@ -94,6 +94,7 @@ TEST(LoggingInactiveTest, WithoutAHandleNothingIsWrittenAndTheLibraryIsNeverLoad
   SinkProbe probe;
   ASSERT_NE(probe.module(), nullptr);
   EXPECT_EQ(loads.count(), 1);
+  EXPECT_EQ(ModulePath(probe.module()), ProgramFolder() + L"log.dll");
   EXPECT_THAT(probe.DrainCalls(), ElementsAre("LogInit"));
   EXPECT_THAT(probe.DrainLines(), IsEmpty());
 }

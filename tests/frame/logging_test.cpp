@@ -3,9 +3,6 @@
 // sees a freshly loaded library with empty records.
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <thread>
@@ -35,18 +32,6 @@ class LoggingTest : public ::testing::Test {
 std::vector<std::string> WithInit(std::vector<std::string> calls) {
   calls.insert(calls.begin(), "LogInit");
   return calls;
-}
-
-TEST_F(LoggingTest, FirstHandleBindsTheLibraryBesideTheProgramAndInitialisesItOnce) {
-  std::optional<SinkProbe> probe;
-  {
-    logging::LogHandle handle;
-    EXPECT_TRUE(logging::IsActive());
-    EXPECT_EQ(ModulePath(::GetModuleHandleW(L"log.dll")), ProgramFolder() + L"log.dll");
-    probe.emplace();
-    ASSERT_EQ(handle->module(), probe->module());
-  }
-  EXPECT_THAT(probe->DrainCalls(), ElementsAreArray(WithInit(TeardownCalls())));
 }
 
 TEST_F(LoggingTest, HandlesShareOneBindingAndTheLastTearsItDown) {
@@ -129,27 +114,6 @@ TEST_F(LoggingTest, ConcurrentHandlesAndWritesLoseNothing) {
   const auto inits = std::count(calls.begin(), calls.end(), "LogInit");
   EXPECT_GE(inits, 1);
   EXPECT_EQ(inits, std::count(calls.begin(), calls.end(), "LogDeinit"));
-}
-
-// The simulated service host keeps a text log through this.
-TEST_F(LoggingTest, SinkAppendsLinesToAnOutputFileWhileOneIsSet) {
-  const std::filesystem::path path = std::filesystem::temp_directory_path() /
-                                     ("logging_test_" + std::to_string(::GetCurrentProcessId()));
-  std::filesystem::remove(path);
-
-  SinkProbe probe(ProgramFolder() + L"log.dll");
-  ASSERT_TRUE(probe.SetOutputFile(path.c_str()));
-  {
-    logging::LogHandle handle;
-    logging::Write(logging::kLevelFailure, L"A::B", L"first %s", L"line");
-    ASSERT_TRUE(probe.SetOutputFile(nullptr));
-    logging::Write(logging::kLevelTrace, L"C", L"not in the file");
-  }
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "8\tA::B\tfirst line\r\n");
-  in.close();
-  std::filesystem::remove(path);
-  EXPECT_EQ(probe.DrainLines().size(), 2u);
 }
 
 }  // namespace

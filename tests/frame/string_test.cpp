@@ -209,17 +209,6 @@ TEST(StringTest, MemMgrSlotOrder) {
   test::CallSlot<void>(iface, 3);
   const std::vector<std::string> expected = {"allocate 16", "reallocate 32", "free", "release"};
   EXPECT_EQ(mgr.log, expected);
-
-  // The default manager behind the same slots.
-  IMemMgr* heap = StringMemMgr::Instance();
-  void* p = test::CallSlot<void*>(heap, 0, size_t{8});
-  ASSERT_NE(p, nullptr);
-  std::memset(p, 0x5A, 8);
-  p = test::CallSlot<void*>(heap, 1, p, size_t{4096});
-  ASSERT_NE(p, nullptr);
-  EXPECT_EQ(static_cast<unsigned char*>(p)[7], 0x5A);
-  test::CallSlot<void>(heap, 2, p);
-  test::CallSlot<void>(heap, 3);
 }
 
 // A broken string must end the process, in a child here, never the runner.

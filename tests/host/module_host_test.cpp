@@ -27,19 +27,16 @@ std::wstring ProgramFolder() {
   return self.substr(0, self.find_last_of(L'\\') + 1);
 }
 
-TEST(ModuleHostTest, AMissingModuleIsAProblemNotACrash) {
-  ModuleHost module;
-  std::string problem;
-  EXPECT_FALSE(module.Load(ProgramFolder() + L"no_such_module.dll", problem));
-  EXPECT_NE(problem.find("cannot load"), std::string::npos) << problem;
-  EXPECT_EQ(module.create(), nullptr);
-}
-
-TEST(ModuleHostTest, ADllWithoutTheExportsIsRefused) {
-  ModuleHost module;
-  std::string problem;
-  EXPECT_FALSE(module.Load(ProgramFolder() + L"log.dll", problem));
-  EXPECT_NE(problem.find("lacks KelCreateObject"), std::string::npos) << problem;
+TEST(ModuleHostTest, AMissingModuleOrOneWithoutTheExportsIsAProblemNotACrash) {
+  const std::pair<const wchar_t*, const char*> cases[] = {
+      {L"no_such_module.dll", "cannot load"}, {L"log.dll", "lacks KelCreateObject"}};
+  for (const auto& c : cases) {
+    ModuleHost module;
+    std::string problem;
+    EXPECT_FALSE(module.Load(ProgramFolder() + c.first, problem));
+    EXPECT_NE(problem.find(c.second), std::string::npos) << problem;
+    EXPECT_EQ(module.create(), nullptr);
+  }
 }
 
 TEST(ModuleHostTest, TheModulesLinesReachTheLogFileAndTheDrain) {

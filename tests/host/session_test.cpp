@@ -98,18 +98,14 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
       {R"({})", "missing field"},
       {R"({"op":5})", "bad field"},
       {R"({"op":"fly"})", "unknown op"},
-      {R"({"op":"INIT","agent":"a"})", "unknown op"},
       {R"({"op":"init"})", "missing field"},
       {R"({"op":"init","agent":7})", "bad field"},
       {R"({"op":"init","agent":"nobody"})", "unknown agent"},
-      {R"({"op":"call","agent":"nobody","method":"Echo"})", "unknown agent"},
       {R"({"op":"create","class":1})", "bad field"},
       {R"({"op":"create","class":"Test.Plain","iid":"66551ab3-fca3-bc90-5f42"})", "bad field"},
-      {R"({"op":"create","class":"Test.Plain","iid":7})", "bad field"},
       {R"({"op":"sleep"})", "missing field"},
       {R"({"op":"sleep","ms":-1})", "bad field"},
-      {R"({"op":"sleep","ms":1.5})", "bad field"},
-      {R"({"op":"sleep","ms":"1"})", "bad field"},
+      {R"({"op":"sleep","ms":1.0})", "bad field"},
       {R"({"op":"sleep","ms":4294967296})", "bad field"},
       {R"({"op":"events","count":"1"})", "bad field"},
       {R"({"op":"manager","register":"no"})", "bad field"},
@@ -120,12 +116,6 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
       {R"({"op":"notify","plugin":"Test.Sample","notification":"OnNothing"})",
        "unknown notification"},
       {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged","data":[]})",
-       "bad data"},
-      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
-           "data":{"level":"high"}})",
-       "bad data"},
-      {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
-           "data":{"servers":["a",1]}})",
        "bad data"},
       {R"({"op":"notify","plugin":"Test.Sample","notification":"OnSettingsChanged",
            "data":{"colour":"red"}})",
@@ -148,36 +138,12 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
   }
 }
 
-TEST_F(SessionTest, CreateNamesInstancesAndAsksForTheGivenInterface) {
-  ExpectReply(R"({"op":"create","class":"No.Such.Agent"})", R"({"result":1168})");
-  ExpectReply(R"({"op":"init","agent":"No.Such.Agent"})", R"({"error":"unknown agent"})");
-  // The class name is the default instance name.
-  ExpectReply(R"({"op":"create","class":"Test.Plain"})", R"({"result":0})");
-  ExpectReply(R"({"op":"create","class":"Test.Plain"})", R"({"error":"name in use"})");
-  ExpectReply(R"({"op":"init","agent":"Test.Plain"})", R"({"error":"not an agent"})");
-  // Braces are optional; the plain object lacks the agent interface, the fake has it.
-  ExpectReply(R"({"op":"create","class":"Test.Plain","as":"p2",
-                  "iid":"{ffa24485-baed-ad79-a343-03320000d2e7}"})",
-              R"({"result":1168})");
-  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"a",
-                  "iid":"FFA24485-BAED-AD79-A343-03320000D2E7"})",
-              R"({"result":0})");
-  ExpectReply(R"({"op":"init","agent":"a"})", R"({"result":0})");
-  EXPECT_EQ(g_live.load(), 2);
-}
-
+// What a call reports when the agent or the call object misbehaves; the usual
+// cases run in tests/host/fake_agent.jsonl.
 TEST_F(SessionTest, CallReportsResultAndOutputAndTheNullCases) {
-  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
-  // Before Init the agent holds no plug-in.
-  ExpectReply(R"({"op":"call","agent":"fake","method":"Echo"})", R"({"result":21})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
-
+  StartFake();
   EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Echo"})"),
                         J(R"({"op":"call","result":0,"output":{}})")));
-  ExpectReply(R"({"op":"call","agent":"fake","method":"Test.Fake.Echo","input":[1,"x"]})",
-              R"({"result":0,"output":[1,"x"]})");
-  ExpectReply(R"({"op":"call","agent":"fake","method":"Echo","nullPolicy":true})",
-              R"({"result":13})");
   ExpectReply(R"({"op":"call","agent":"fake","method":"Echo","nullInput":true})",
               R"({"result":13})");
   EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Echo","nullOutput":true})"),
@@ -188,20 +154,14 @@ TEST_F(SessionTest, CallReportsResultAndOutputAndTheNullCases) {
   // An agent that never reports a result must not pass for success.
   EXPECT_TRUE(JsonEqual(Run(R"({"op":"call","agent":"fake","method":"Silent"})"),
                         J(R"({"op":"call","output":null})")));
-  ExpectReply(R"({"op":"call","agent":"fake","method":"Unknown"})", R"({"result":4317})");
   ExpectReply(R"({"op":"call","agent":"fake"})", R"({"result":4317})");
   ExpectReply(R"({"op":"call","agent":"fake","method":"Echo","policyId":1})",
               R"({"error":"bad field"})");
   ExpectReply(R"({"op":"call","agent":"fake","method":["Echo"]})", R"({"error":"bad field"})");
 }
 
-TEST_F(SessionTest, ManagerRefusesRegistrationOnRequest) {
-  ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"fake"})", R"({"result":0})");
-  ExpectReply(R"({"op":"init","agent":"fake"})", R"({"result":0})");
-  ExpectReply(R"({"op":"manager","register":false})", R"({"registered":[]})");
-  ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":1627})");
-  ExpectReply(R"({"op":"manager","register":true})", R"({"registered":[]})");
-  ExpectReply(R"({"op":"start","agent":"fake"})", R"({"result":0})");
+TEST_F(SessionTest, ManagerListsEveryRegistrationAndChangeNotification) {
+  StartFake();
   ExpectReply(R"({"op":"create","class":"Test.Fake.Agent","as":"second"})", R"({"result":0})");
   ExpectReply(R"({"op":"init","agent":"second"})", R"({"result":0})");
   ExpectReply(R"({"op":"start","agent":"second"})", R"({"result":0})");
@@ -214,22 +174,16 @@ TEST_F(SessionTest, ManagerRefusesRegistrationOnRequest) {
                               "changeNotifications":[1,7]})")));
 }
 
-TEST_F(SessionTest, EventsFromOtherThreadsAreWaitedFor) {
+// Waiting for more events than arrive ends at the deadline with what there is.
+TEST_F(SessionTest, WaitingForEventsEndsAtTheDeadline) {
   StartFake();
-  ExpectReply(R"({"op":"call","agent":"fake","method":"Emit",
-                  "input":{"name":"Late","flags":512,"body":{"n":1},"delayMs":100}})",
-              R"({"result":0})");
-  EXPECT_TRUE(JsonEqual(Run(R"({"op":"events","count":1,"waitMs":10000})")["events"],
-                        J(R"([{"name":"Late","flags":512,"body":{"n":1}}])")));
-  // Waiting for more than arrives ends at the deadline with what there is.
   ExpectReply(R"({"op":"call","agent":"fake","method":"Emit","input":{"name":"One"}})",
               R"({"result":0})");
   const auto before = std::chrono::steady_clock::now();
   const Json::Value reply = Run(R"({"op":"events","count":2,"waitMs":300})");
   EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(250));
-  EXPECT_TRUE(JsonContains(reply, J(R"({"events":[{"name":"One","flags":0,"body":null}]})")))
+  EXPECT_TRUE(JsonEqual(reply["events"], J(R"([{"name":"One","flags":0,"body":null}])")))
       << CompactJson(reply);
-  EXPECT_EQ(reply["events"].size(), 1u);
 }
 
 // A log event takes its place among the others in arrival order; only it

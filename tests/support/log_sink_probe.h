@@ -82,11 +82,6 @@ class SinkProbe {
     return calls;
   }
 
-  bool SetOutputFile(const wchar_t* path) const {
-    auto set = Lookup<LogSinkSetOutputFileFn>("LogSinkSetOutputFile");
-    return set != nullptr && set(path) != FALSE;
-  }
-
  private:
   template <class Fn>
   Fn Lookup(const char* name) const {

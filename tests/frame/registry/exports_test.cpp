@@ -75,14 +75,11 @@ class ModuleExports : public ::testing::Test {
   KelDestroyObjectFn destroy_ = nullptr;
 };
 
-TEST_F(ModuleExports, ProductModuleExportsExactlyTheTwoEntryPoints) {
+// Exactly the two entry points, and they refuse unknown names and null arguments.
+TEST_F(ModuleExports, ProductModuleExportsTheTwoEntryPointsOnly) {
   Load(L"kelagents.dll");
   EXPECT_EQ(ExportedNames(module_.get()),
             (std::set<std::string>{"KelCreateObject", "KelDestroyObject"}));
-}
-
-TEST_F(ModuleExports, ProductModuleRefusesUnknownNamesAndNullArguments) {
-  Load(L"kelagents.dll");
   void* out = reinterpret_cast<void*>(1);
   EXPECT_EQ(Create(L"No.Such.Agent", IID_IKelBaseInterface, &out), 1168u);
   EXPECT_EQ(out, nullptr);
@@ -91,7 +88,6 @@ TEST_F(ModuleExports, ProductModuleRefusesUnknownNamesAndNullArguments) {
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(create_(L"No.Such.Agent", nullptr, &out), 160u);
   EXPECT_EQ(create_(L"No.Such.Agent", &IID_IKelBaseInterface, nullptr), 160u);
-  destroy_(L"No.Such.Agent", nullptr);
   destroy_(nullptr, nullptr);
 }
 
@@ -100,11 +96,20 @@ class RegistryThroughExports : public ModuleExports {
   void SetUp() override { Load(L"test_registry_module.dll"); }
 };
 
+// The test module declares "Test.Counted" twice: the second declaration is
+// refused and the first serves the name.
 TEST_F(RegistryThroughExports, SingletonIsSharedUntilItsLastReferenceIsGivenBack) {
+  IRegistryStats* stats = Stats();
+  ASSERT_NE(stats, nullptr);
+  EXPECT_EQ(stats->DuplicateRegistrationResult(), 183);
+  destroy_(L"test.Stats", stats);
+
   IRegistryProbe* first = CreateProbe(L"Test.Counted.Agent");
   IRegistryProbe* second = CreateProbe(L"Test.Counted.Agent");
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first, second);
+  EXPECT_EQ(first->Kind(), kCounted);
+  EXPECT_EQ(Live(kImpostor), 0);
   EXPECT_STREQ(first->AgentName(), L"Test.Counted");
   const int serial = first->Serial();
 
@@ -119,21 +124,6 @@ TEST_F(RegistryThroughExports, SingletonIsSharedUntilItsLastReferenceIsGivenBack
   EXPECT_NE(fresh->Serial(), serial);
   destroy_(L"Test.Counted.Agent", fresh);
   EXPECT_EQ(Live(kCounted), 0);
-}
-
-TEST_F(RegistryThroughExports, UnansweredInterfaceLeavesTheCountAsItWas) {
-  const kel::InterfaceId unknown{1, 2};
-  void* out = reinterpret_cast<void*>(1);
-  // Without a live instance the attempt builds one and gives it straight back.
-  EXPECT_EQ(Create(L"Test.Counted.Agent", unknown, &out), 1168u);
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(Live(kCounted), 0);
-
-  IRegistryProbe* held = CreateProbe(L"Test.Counted.Agent");
-  EXPECT_EQ(Create(L"Test.Counted.Agent", unknown, &out), 1168u);
-  EXPECT_EQ(Live(kCounted), 1);
-  destroy_(L"Test.Counted.Agent", held);
-  EXPECT_EQ(Live(kCounted), 0) << "the failed create must not have kept a reference";
 }
 
 TEST_F(RegistryThroughExports, PerCallObjectsAreDistinctAndOwnedByTheCaller) {
@@ -156,30 +146,24 @@ TEST_F(RegistryThroughExports, PerCallObjectsAreDistinctAndOwnedByTheCaller) {
   EXPECT_EQ(Live(kPerCall), 0);
 }
 
-TEST_F(RegistryThroughExports, DuplicateRegistrationIsRefusedAndHarmless) {
-  IRegistryStats* stats = Stats();
-  ASSERT_NE(stats, nullptr);
-  EXPECT_EQ(stats->DuplicateRegistrationResult(), 183);
-  destroy_(L"test.Stats", stats);
-
-  IRegistryProbe* probe = CreateProbe(L"Test.Counted.Agent");
-  ASSERT_NE(probe, nullptr);
-  EXPECT_EQ(probe->Kind(), kCounted) << "the first declaration serves the name";
-  EXPECT_EQ(Live(kImpostor), 0);
-  destroy_(L"Test.Counted.Agent", probe);
-}
-
-TEST_F(RegistryThroughExports, UnknownOrFailingClassesYieldNotFound) {
-  void* out = reinterpret_cast<void*>(1);
-  EXPECT_EQ(Create(L"test.counted.agent", IID_IKelBaseInterface, &out), 1168u)
-      << "names match case-sensitively";
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(Create(L"Test.Counted", IID_IKelBaseInterface, &out), 1168u) << "whole-name match";
-  EXPECT_EQ(Create(L"Test.Failing.Agent", IID_IKelBaseInterface, &out), 1168u)
-      << "a throwing constructor must not escape";
-  EXPECT_EQ(out, nullptr);
+TEST_F(RegistryThroughExports, RefusedCreatesYieldNotFoundAndKeepNothing) {
+  const kel::InterfaceId unknown{1, 2};
+  IRegistryProbe* held = nullptr;
+  for (const bool holding : {false, true}) {
+    if (holding) held = CreateProbe(L"Test.Counted.Agent");
+    for (const wchar_t* name : {L"test.counted.agent", L"Test.Counted", L"Test.Failing.Agent"}) {
+      void* out = reinterpret_cast<void*>(1);
+      EXPECT_EQ(Create(name, IID_IKelBaseInterface, &out), 1168u) << holding;
+      EXPECT_EQ(out, nullptr);
+    }
+    void* out = reinterpret_cast<void*>(1);
+    EXPECT_EQ(Create(L"Test.Counted.Agent", unknown, &out), 1168u);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(Live(kCounted), holding ? 1 : 0) << holding;
+  }
   destroy_(L"Unknown.Agent", reinterpret_cast<void*>(0x1234));  // ignored, not dereferenced
-  EXPECT_EQ(Live(kCounted), 0);
+  destroy_(L"Test.Counted.Agent", held);
+  EXPECT_EQ(Live(kCounted), 0) << "no failed create may have kept a reference";
 }
 
 TEST_F(RegistryThroughExports, ConcurrentCreateAndDestroyKeepTheCountExact) {
