@@ -21,6 +21,13 @@ TEST(DetectionsEvent, SentOnlyForTransportEmailsWithSomethingFound) {
   };
   const Case cases[] = {
       {"a clean message", reporting_test::TransportEmail, nullptr},
+      {"zero error counts are no errors",
+       [] {
+         ItemScanInfo item = reporting_test::TransportEmail();
+         item.errors.Insert(L"timeout", 0);
+         return item;
+       },
+       nullptr},
       {"an on-demand scan",
        [] {
          ItemScanInfo item = reporting_test::BusyEmail();
