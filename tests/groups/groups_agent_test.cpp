@@ -1,7 +1,7 @@
-// The groups agent against a recording plug-in: a refused sink fails Init,
-// and the slot orders of the plug-in and of the agent's sink hold. Bad input,
-// what each method hands the reference plug-in, its codes passed through and
-// the events of a run are proven end to end in tests/host/groups*.jsonl.
+// The slot orders of the groups plug-in and of the agent's sink, against a
+// recording plug-in. Init, bad input, what each method hands the reference
+// plug-in, its codes passed through and the events of a run are proven end
+// to end in tests/host/groups*.jsonl.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,13 +9,10 @@
 
 #include "groups/groups_agent.h"
 #include "tests/agent/fakes.h"
-#include "tests/agent/json_test_util.h"
 #include "tests/support/vtable.h"
 
 namespace {
 
-using json_test::Parse;
-using kel::test::FakePolicyMethod;
 namespace sdk = kel::nusdk::MailServers::Groups;
 using CallList = std::vector<std::string>;
 
@@ -74,11 +71,6 @@ class GroupsAgent : public ::testing::Test {
     ASSERT_EQ(Calls(), CallList{"RegisterNotifications"});
   }
 
-  uint32_t Run(const std::wstring& name) {
-    FakePolicyMethod method(name, Parse("{}"));
-    agent_.RunPolicyMethod(&method);
-    return method.result;
-  }
   CallList Calls() {
     CallList calls;
     calls.swap(plugin_.calls);
@@ -91,17 +83,6 @@ class GroupsAgent : public ::testing::Test {
   RecordingGroups plugin_;
   GroupsManagerAgent::Agent agent_;
 };
-
-TEST_F(GroupsAgent, ARefusedRegistrationFailsInitAndHoldsNothing) {
-  agent_.Uninit();
-  Calls();
-  plugin_.code = 5;
-  EXPECT_EQ(agent_.Init(&main_), 5u);
-  EXPECT_EQ(components_.held[L"MailServers.Groups"], 0);
-  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
-  EXPECT_EQ(Run(L"GetSyncStatus"), 21u);
-  EXPECT_EQ(Calls(), CallList{"RegisterNotifications"});
-}
 
 TEST_F(GroupsAgent, SlotOrderOfThePluginAndOfTheSink) {
   using kel::test::CallSlot;
