@@ -6,10 +6,19 @@
 #include <string>
 #include <vector>
 
+#include "frame/guid.h"
+#include "frame/text_convert.h"
 #include "sdk/mailservers/ondemand.h"
-#include "tests/ondemand/ondemand_test_util.h"
 
 namespace ondemand_test {
+
+// The n-th id the reference plug-in would assign.
+inline kel::Guid Id(uint64_t n) { return kel::Guid{n, 0}; }
+
+inline std::string Text(const kel::Guid& id) {
+  const kel::StringW text = id.ToString();
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
 
 class RecordingOnDemand final : public kel::nusdk::MailServers::IOnDemand {
  public:

@@ -8,14 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include "frame/guid.h"
 #include "frame/manual_clock.h"
 #include "ondemand/progress_reporter.h"
-#include "tests/ondemand/ondemand_test_util.h"
 
 namespace {
 
 using MailServers::OdProgressReporter;
-using ondemand_test::Id;
+kel::Guid Id(uint64_t n) { return kel::Guid{n, 0}; }
 
 constexpr int64_t kStart = 1'700'000'100;  // not on a 30-minute mark
 
@@ -41,12 +41,6 @@ class Recorder {
       sent_.push_back({clock_.UnixSeconds(), progress.percentage});
       return 0u;
     };
-  }
-  std::vector<uint32_t> Percentages() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<uint32_t> values;
-    for (const Sent& s : sent_) values.push_back(s.percentage);
-    return values;
   }
   std::vector<Sent> All() const {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -100,7 +94,9 @@ TEST_P(SweepRules, SendWhatTheRulesLetThrough) {
     }
     if (step.sweep) reporter.SweepNow();
   }
-  EXPECT_EQ(recorder.Percentages(), GetParam().sent);
+  std::vector<uint32_t> sent;
+  for (const Sent& s : recorder.All()) sent.push_back(s.percentage);
+  EXPECT_EQ(sent, GetParam().sent);
   EXPECT_EQ(reporter.Tracked(), GetParam().trackedAfter);
 }
 

@@ -1,32 +1,28 @@
-// The quarantine agent in process, against stand-ins for its two plug-ins:
-// what it hands the release service, and what it does with part trees no
-// answer can hold.
+// The quarantine agent in process, against a store whose part trees no answer
+// can hold: scripts cannot build trees that deep. What it hands the release
+// service and everything else runs end to end in tests/host/quarantine.jsonl.
 #include "quarantine/quarantine_agent.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "host/plugins/plugins.h"
 #include "quarantine/item_writer.h"
 #include "tests/agent/fakes.h"
+#include "tests/agent/json_test_util.h"
 
 namespace {
 
 namespace q = kel::nusdk::MailServers::Quarantine;
 using q::IQuarantine;
-using q::IReleaseEmail;
 using QuarantineAgent::DataEx;
 using QuarantineAgent::MailPartInfo;
 
 constexpr uint32_t kNotSupported = 50;
-
-std::vector<std::wstring> Texts(const kel::List<kel::StringW>& list) {
-  std::vector<std::wstring> texts;
-  for (const kel::StringW& text : list) texts.emplace_back(text.c_str());
-  return texts;
-}
 
 // A part chain `depth` levels deep, built without recursion.
 MailPartInfo Chain(size_t depth) {
@@ -109,44 +105,17 @@ class DeepStore final : public IQuarantine {
   }
 };
 
-// Keeps what each request carried.
-class RecordingRelease final : public IReleaseEmail {
- public:
-  struct Request {
-    std::vector<std::wstring> keys;
-    uint8_t excludeLocal = 0;
-    uint8_t excludeDomain = 0;
-    std::vector<std::wstring> recipients;
-    uint8_t original = 0;
-  };
-  std::vector<Request> requests;
-
-  void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
-  uint32_t ReleaseEmails(const kel::List<kel::StringW>&, const q::ReleaseSettings& settings,
-                         const kel::StringW&) override {
-    requests.push_back({Texts(settings.exclusionKeys), settings.excludeLocalKeys,
-                        settings.excludeDomainKeys, Texts(settings.recipients),
-                        settings.sendToOriginalRecipients});
-    return 0;
-  }
-  uint32_t ReplayEmails(const kel::List<kel::StringW>&, uint8_t,
-                        const kel::List<kel::StringW>& keys, uint8_t excludeLocal,
-                        uint8_t excludeDomain, const kel::StringW&) override {
-    requests.push_back({Texts(keys), excludeLocal, excludeDomain, {}, 0});
-    return 0;
-  }
-  uint32_t RegisterNotifications(INotifications*) override { return 0; }
-  uint32_t UnregisterNotifications(INotifications*) override { return 0; }
-};
-
 class QuarantineAgentTest : public ::testing::Test {
  protected:
   void SetUp() override {
     components_.Offer(L"EndpointIntegration.Manager", EnterpriseIntegration::IID_IManager,
                       static_cast<EnterpriseIntegration::IManager*>(&manager_));
     components_.Offer(q::kComponentName, q::IID_IQuarantine, static_cast<IQuarantine*>(&store_));
-    components_.Offer(q::kReleaseEmailComponentName, q::IID_IReleaseEmail,
-                      static_cast<IReleaseEmail*>(&release_));
+    for (auto& plugin : plugins_) {
+      if (std::wstring(plugin->ComponentName()) == q::kReleaseEmailComponentName)
+        components_.Offer(q::kReleaseEmailComponentName, q::IID_IReleaseEmail,
+                          plugin->Interface(q::IID_IReleaseEmail));
+    }
     ASSERT_EQ(agent_.Init(&main_), 0u);
   }
 
@@ -156,23 +125,11 @@ class QuarantineAgentTest : public ::testing::Test {
     return method;
   }
 
-  static Json::Value Input(std::initializer_list<std::pair<const char*, Json::Value>> members) {
-    Json::Value input(Json::objectValue);
-    for (const auto& member : members) input[member.first] = member.second;
-    return input;
-  }
-
-  static Json::Value Array(std::initializer_list<const char*> texts) {
-    Json::Value array(Json::arrayValue);
-    for (const char* text : texts) array.append(text);
-    return array;
-  }
-
   kel::test::FakeComponentManager components_;
   kel::test::FakeServMain main_{&components_};
   kelhost::Manager manager_;
   DeepStore store_;
-  RecordingRelease release_;
+  std::vector<std::unique_ptr<kelhost::ReferencePlugin>> plugins_ = kelhost::MakeReferencePlugins();
   QuarantineAgent::Agent agent_;
 };
 
@@ -182,78 +139,21 @@ class QuarantineAgentTest : public ::testing::Test {
 TEST_F(QuarantineAgentTest, TreesTooDeepToAnswerAreRefusedAndFreed) {
   const struct {
     const wchar_t* method;
-    Json::Value input;
+    const char* input;
   } rows[] = {
-      {L"GetItemFull", Input({{"zone", "emails"}, {"id", "x"}})},
-      {L"GetItemsFull", Input({{"zone", "emails"}, {"from", 0}, {"count", 3}})},
-      {L"GetItemsByIdFull", Input({{"zone", "files"}, {"ids", Array({"x", "y"})}})},
+      {L"GetItemFull", R"({"zone": "emails", "id": "x"})"},
+      {L"GetItemsFull", R"({"zone": "emails", "from": 0, "count": 3})"},
+      {L"GetItemsByIdFull", R"({"zone": "files", "ids": ["x", "y"]})"},
   };
   for (const auto& row : rows) {
     const int before = store_.calls;
-    const kel::test::FakePolicyMethod method = Call(row.method, row.input);
+    const kel::test::FakePolicyMethod method = Call(row.method, json_test::Parse(row.input));
     EXPECT_EQ(method.result, 1359u);
     EXPECT_TRUE(method.output.isNull());
     EXPECT_EQ(store_.calls, before + 1);
   }
   store_.depth = QuarantineAgent::kMaxPartDepth;
-  EXPECT_EQ(Call(L"GetItemFull", Input({{"zone", "emails"}, {"id", "x"}})).result, 0u);
-}
-
-// The keywords of the two lists become flags and never reach the plug-in as
-// entries; anything else, "<LOCAL>" included, is passed on in order.
-TEST_F(QuarantineAgentTest, KeywordsBecomeFlags) {
-  using Request = RecordingRelease::Request;
-  const Json::Value none;
-  const struct {
-    const char* what;
-    bool replay;
-    Json::Value keys;    // null: not sent
-    Json::Value sendTo;  // null: not sent
-    Request expected;
-  } rows[] = {
-      {"nothing optional", false, none, none, {{}, 0, 0, {}, 0}},
-      {"original and one",
-       false,
-       none,
-       Array({"<original>", "a@x.test"}),
-       {{}, 0, 0, {L"a@x.test"}, 1}},
-      {"original only", false, none, Array({"<original>"}), {{}, 0, 0, {}, 1}},
-      {"keys mixed",
-       false,
-       Array({"K1", "<domain>", "<LOCAL>", "K2"}),
-       Array({"b@x.test"}),
-       {{L"K1", L"<LOCAL>", L"K2"}, 0, 1, {L"b@x.test"}, 0}},
-      {"replay both keywords", true, Array({"<local>", "<domain>"}), none, {{}, 1, 1, {}, 0}},
-      {"replay without keys", true, none, none, {{}, 0, 0, {}, 0}},
-      {"replay keyword twice",
-       true,
-       Array({"<local>", "K", "<local>"}),
-       none,
-       {{L"K"}, 1, 0, {}, 0}},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    Json::Value input = Input({{"ids", Array({"m1"})}, {"context", "c"}});
-    if (row.replay) {
-      input["deleteFromQuarantine"] = true;
-    } else {
-      input["user"] = "u";
-      input["password"] = "p";
-      input["subject"] = "s";
-      input["message"] = "m";
-    }
-    if (!row.keys.isNull()) input["exclusionKeys"] = row.keys;
-    if (!row.sendTo.isNull()) input["sendTo"] = row.sendTo;
-    release_.requests.clear();
-    EXPECT_EQ(Call(row.replay ? L"ReplayEmails" : L"ReleaseEmails", input).result, 0u);
-    ASSERT_EQ(release_.requests.size(), 1u);
-    const Request& got = release_.requests[0];
-    EXPECT_EQ(got.keys, row.expected.keys);
-    EXPECT_EQ(got.excludeLocal, row.expected.excludeLocal);
-    EXPECT_EQ(got.excludeDomain, row.expected.excludeDomain);
-    EXPECT_EQ(got.recipients, row.expected.recipients);
-    EXPECT_EQ(got.original, row.expected.original);
-  }
+  EXPECT_EQ(Call(L"GetItemFull", json_test::Parse(R"({"zone": "emails", "id": "x"})")).result, 0u);
 }
 
 }  // namespace

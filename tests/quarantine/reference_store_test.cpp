@@ -2,41 +2,26 @@
 // thread of its own.
 #include "frame/win.h"
 
-#include <memory>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <json/reader.h>
 
 #include "host/plugins/plugins.h"
 #include "sdk/mailservers/quarantine.h"
+#include "tests/agent/json_test_util.h"
 
 namespace {
 
 namespace q = kel::nusdk::MailServers::Quarantine;
 
-Json::Value Parse(const std::string& text) {
-  Json::CharReaderBuilder builder;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value value;
-  std::string problem;
-  EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &problem)) << problem;
-  return value;
-}
-
 std::string ReadWhole(const std::wstring& path) {
-  HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return "(no file)";
-  std::string text;
-  char buffer[4096];
-  DWORD read = 0;
-  while (ReadFile(file, buffer, sizeof buffer, &read, nullptr) && read > 0)
-    text.append(buffer, read);
-  CloseHandle(file);
-  return text;
+  std::ifstream in(std::filesystem::path(path), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 class ThreadSink final : public q::IQuarantine::INotifications {
@@ -72,7 +57,8 @@ TEST(ReferenceQuarantine, SavesAReadableMimeFileAndNotifiesFromItsOwnThread) {
   ThreadSink sink;
   ASSERT_EQ(store->RegisterNotifications(&sink, nullptr), 0u);
 
-  const kelhost::NotifyOutcome outcome = plugin->Notify("itemsAdded", Parse(R"({"zone": 0,
+  const kelhost::NotifyOutcome outcome =
+      plugin->Notify("itemsAdded", json_test::Parse(R"({"zone": 0,
       "items": [{"id": "m1", "subject": "Hello", "senderEmail": "a@x.test",
                  "recipientEmails": ["b@y.test", "c@y.test"],
                  "mainPart": {"headers": [{"name": "Subject", "value": "Hello"}],

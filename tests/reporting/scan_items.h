@@ -86,7 +86,7 @@ inline ItemScanInfo BusyEmail() {
   return item;
 }
 
-// Records the sinks registered with it and answers registration with `refusal`.
+// Records the sinks registered with it.
 class FakeOnAccess final : public kel::nusdk::MailServers::IMailServers {
  public:
   void* QueryInterface(const kel::InterfaceId*) override { return this; }
@@ -96,8 +96,6 @@ class FakeOnAccess final : public kel::nusdk::MailServers::IMailServers {
   uint32_t Reserved4() override { return 0; }
   uint32_t RegisterScanNotifications(kel::nusdk::MailServers::IScanNotifications* sink,
                                      void* reserved) override {
-    ++registerCalls;
-    if (refusal != 0) return refusal;
     if (reserved != nullptr) return 87;
     sinks.push_back(sink);
     return 0;
@@ -109,8 +107,6 @@ class FakeOnAccess final : public kel::nusdk::MailServers::IMailServers {
     return 0;
   }
 
-  uint32_t refusal = 0;
-  int registerCalls = 0;
   std::vector<kel::nusdk::MailServers::IScanNotifications*> sinks;
 };
 

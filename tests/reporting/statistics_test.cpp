@@ -218,7 +218,7 @@ class StatisticsAgentTest : public ::testing::Test {
     ASSERT_EQ(plugin_.sinks.size(), 1u);
     ASSERT_EQ(agent_.Start(), 0u);
   }
-  void Scan() { plugin_.sinks.at(0)->OnItemScanned(TransportEmail()); }
+  void Scan() { EXPECT_EQ(plugin_.sinks.at(0)->OnItemScanned(TransportEmail()), 0); }
   // Lets the clock run to `unixSeconds` and waits for the thread to park there.
   void RunTo(int64_t unixSeconds) {
     clock_.SetLimit(unixSeconds);
@@ -293,18 +293,6 @@ TEST_F(StatisticsAgentTest, StopOnTheReportThreadIsRefusedAndChangesNothing) {
   agent_.Stop();
   EXPECT_EQ(manager_.Reports().size(), 2u);
   EXPECT_TRUE(plugin_.sinks.empty());
-}
-
-TEST_F(StatisticsAgentTest, NotificationsAlwaysAnswerZeroAndSendDetections) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  kel::nusdk::MailServers::IScanNotifications* sink = plugin_.sinks.at(0);
-  EXPECT_EQ(sink->OnItemScanned(TransportEmail()), 0);
-  EXPECT_EQ(manager_.OtherEvents(), 0u);
-  EXPECT_EQ(sink->OnItemScanned(reporting_test::BusyEmail()), 0);
-  EXPECT_EQ(manager_.OtherEvents(), 1u);
-  EXPECT_EQ(sink->OnConnectionBlocked({}), 0);
-  EXPECT_TRUE(agent_.SendStatistics());
-  EXPECT_FALSE(agent_.SendStatistics());  // emptied by the report
 }
 
 }  // namespace
