@@ -4,76 +4,40 @@
 #include <cstdint>
 
 #include "agent/json/json_enum.h"
+#include "transport/antivirus/antivirus_schema.h"
+#include "transport/attachment/attachment_schema.h"
+#include "transport/content/content_schema.h"
+#include "transport/domaincheck/domaincheck_schema.h"
+#include "transport/rule_schema.h"
 
 namespace Reporting {
 
 using EnterpriseIntegration::EnumNames;
 
-// The overall action of every module, and antivirus rules' file actions.
-inline constexpr auto kFileActionNames = EnumNames({
-    {1, "ignoreFile"},
-    {3, "disinfect"},
-    {5, "deleteFile"},
-    {7, "quarantineFile"},
-    {10, "disinfectFile"},
-    {0x302, "quarantineEmail"},
-    {0x402, "redirectEmail"},
-    {0x505, "replaceFile"},
-    {0x602, "rejectOrDeleteEmail"},
-});
+// The overall action of every module, and antivirus rules' file actions: the
+// antivirus filter's own action table, so a rule and its result name an
+// action alike.
+inline constexpr const auto& kFileActionNames = EnterpriseIntegration::antivirus::kActionNames;
 
 inline constexpr int32_t kEmailActionDeliver = 3;
-// Main actions of antispam, content and domain-check rules.
-inline constexpr auto kEmailActionNames = EnumNames({
-    {0, "rejectOrDeleteEmail"},
-    {1, "redirectEmail"},
-    {2, "quarantineEmail"},
-    {kEmailActionDeliver, "deliverEmail"},
-});
+// Main actions of antispam, content and domain-check rules: the rules' common
+// main actions.
+inline constexpr const auto& kEmailActionNames = EnterpriseIntegration::rules::kCommonMainActionNames;
 
 inline constexpr int32_t kAttachmentActionDeliver = 5;
-inline constexpr auto kAttachmentActionNames = EnumNames({
-    {0, "rejectOrDeleteEmail"},
-    {1, "deleteAttachment"},
-    {2, "replaceAttachment"},
-    {3, "redirectEmail"},
-    {4, "quarantineEmail"},
-    {kAttachmentActionDeliver, "deliverEmail"},
-});
+inline constexpr const auto& kAttachmentActionNames =
+    EnterpriseIntegration::attachment::kMainActionNames;
 
-// Secondary actions: the first four are common, the rest differ per filter.
-inline constexpr auto kAntispamSecondaryNames = EnumNames({
-    {0, "tagSubject"},
-    {1, "addHeader"},
-    {2, "saveToFolder"},
-    {3, "bccTo"},
-    {4, "addSCLHeader"},
-    {5, "notifyInternalRecipients"},
-    {6, "notifyRecipients"},
-});
-inline constexpr auto kContentSecondaryNames = EnumNames({
-    {0, "tagSubject"},
-    {1, "addHeader"},
-    {2, "saveToFolder"},
-    {3, "bccTo"},
-    {4, "notifyInternalRecipients"},
-    {5, "notifyRecipients"},
-});
-inline constexpr auto kAttachmentSecondaryNames = EnumNames({
-    {0, "tagSubject"},
-    {1, "addHeader"},
-    {2, "saveToFolder"},
-    {3, "bccTo"},
-    {4, "forwardEmail"},
-    {5, "notifyInternalRecipients"},
-    {6, "notifyRecipients"},
-});
-inline constexpr auto kDomainCheckSecondaryNames = EnumNames({
-    {0, "tagSubject"},
-    {1, "addHeader"},
-    {2, "saveToFolder"},
-    {3, "bccTo"},
-});
+// Secondary actions: each filter's own table, as its rules name them (the
+// first four are common, the rest differ per filter).
+inline constexpr const auto& kAntispamSecondaryNames =
+    EnterpriseIntegration::rules::kCommonSecondaryActionNames;
+inline constexpr const auto& kContentSecondaryNames =
+    EnterpriseIntegration::content::kSecondaryActionNames;
+inline constexpr const auto& kAttachmentSecondaryNames =
+    EnterpriseIntegration::attachment::kSecondaryActionNames;
+inline constexpr const auto& kDomainCheckSecondaryNames =
+    EnterpriseIntegration::domaincheck::kSecondaryActionNames;
 
 // The item's overall transport outcome.
 inline constexpr auto kOutcomeNames = EnumNames({
