@@ -1,6 +1,7 @@
 // The module's creatable classes, one static declaration each, in the order
 // they register at start-up. One translation unit keeps that order defined.
 #include "frame/exported_declaration.h"
+#include "sysinfo/sysinfo_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -18,4 +19,5 @@ ExportedSingletonDeclaration<ConnectionFilter::ConnectionAgent> g_connection(
 ExportedSingletonDeclaration<Content::Agent> g_content(L"MailServers.Content");
 ExportedSingletonDeclaration<DomainCheck::Agent> g_domainCheck(L"MailServers.DomainCheck");
 ExportedSingletonDeclaration<Transport::Agent> g_transport(L"MailServers.Transport");
+ExportedSingletonDeclaration<SystemInfo::Agent> g_systemInfo(L"MailServers.SystemInfo");
 }  // namespace
