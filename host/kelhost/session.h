@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <json/value.h>
 
@@ -14,7 +15,9 @@
 #include "host/kelhost/component_manager.h"
 #include "host/kelhost/manager.h"
 #include "host/kelhost/plugin_registry.h"
+#include "host/kelhost/scratch_registry.h"
 #include "host/logsink/log_sink.h"
+#include "frame/owners.h"
 #include "sdk/agent.h"
 
 namespace kelhost {
@@ -82,10 +85,14 @@ class Session {
   void Events(const Json::Value& command, Json::Value& reply);
   void Log(const Json::Value& command, Json::Value& reply);
   void Sleep(const Json::Value& command, Json::Value& reply);
+  void Registry(const Json::Value& command, Json::Value& reply);
+  void Environment(const Json::Value& command, Json::Value& reply);
 
   HostParts parts_;
   std::map<std::string, Instance> instances_;  // by the "as" name
   uint64_t serial_ = 0;
+  ScratchRegistry registry_;
+  std::vector<kel::UniqueEvent> inheritableEvents_;  // for "env", kept for the run
 };
 
 }  // namespace kelhost
