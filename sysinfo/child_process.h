@@ -21,7 +21,11 @@ class ChildProcess {
   ChildProcess() = default;
   // Stops the monitor, then closes the handles.
   ~ChildProcess();
-  // Neither copied nor moved: the monitor thread holds handles this object owns.
+  // Neither copied nor moved: the monitor thread holds handles this object
+  // owns. The handles sit in move-only owners, not in holders shared by a
+  // count: a copy of a running child would give two objects the right to
+  // close the pipe and stop the monitor, and which of them did it last would
+  // depend on who let go last. One owner closes each handle once.
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
