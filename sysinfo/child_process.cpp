@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "frame/scope_exit.h"
 #include "frame/win32_error.h"
 
 namespace SystemInfo {
@@ -54,6 +55,9 @@ DWORD ChildProcess::Start(const std::wstring& commandLine) noexcept {
     // Our copy of the write end must go now: the pipe reports its end only
     // once every write end is closed.
     childWriteEnd.reset();
+    // Nobody would read or stop a child whose start fails from here on.
+    const HANDLE started = process.get().hProcess;
+    kel::ScopeExit orphan([started] { ::TerminateProcess(started, ERROR_INTERNAL_ERROR); });
 
     kel::UniqueEvent exited(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     KEL_RETURN_LAST_ERROR_IF_NULL(exited);
@@ -69,6 +73,7 @@ DWORD ChildProcess::Start(const std::wstring& commandLine) noexcept {
       if (::GetExitCodeProcess(child, &code)) exitCode->store(code);
       ::SetEvent(exitedEvent);
     }));
+    orphan.Dismiss();
     process_ = std::move(process);
     readEnd_ = std::move(readEnd);
     exited_ = std::move(exited);
