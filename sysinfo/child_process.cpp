@@ -27,16 +27,16 @@ DWORD ChildProcess::Start(const std::wstring& commandLine) noexcept {
     // closes with this function, so that only the child holds one.
     kel::UniquePipe childWriteEnd;
     KEL_RETURN_IF_WIN32_BOOL_FALSE(::DuplicateHandle(::GetCurrentProcess(), writeEnd.get(),
-                                                     ::GetCurrentProcess(), childWriteEnd.put(),
-                                                     0, TRUE, DUPLICATE_SAME_ACCESS));
+                                                     ::GetCurrentProcess(), childWriteEnd.put(), 0,
+                                                     TRUE, DUPLICATE_SAME_ACCESS));
     writeEnd.reset();
 
     kel::UniqueAttributeList attributes;
     KEL_RETURN_IF_WIN32_ERROR(kel::MakeAttributeList(1, attributes));
     HANDLE inherited[] = {childWriteEnd.get()};
-    KEL_RETURN_IF_WIN32_BOOL_FALSE(::UpdateProcThreadAttribute(
-        attributes.get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, inherited, sizeof(inherited),
-        nullptr, nullptr));
+    KEL_RETURN_IF_WIN32_BOOL_FALSE(
+        ::UpdateProcThreadAttribute(attributes.get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
+                                    inherited, sizeof(inherited), nullptr, nullptr));
 
     STARTUPINFOEXW startup{};
     startup.StartupInfo.cb = sizeof(startup);
@@ -49,9 +49,8 @@ DWORD ChildProcess::Start(const std::wstring& commandLine) noexcept {
     line.push_back(L'\0');
     kel::UniqueProcessInformation process;
     KEL_RETURN_IF_WIN32_BOOL_FALSE(::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
-                                                    EXTENDED_STARTUPINFO_PRESENT, nullptr,
-                                                    nullptr, &startup.StartupInfo,
-                                                    process.put()));
+                                                    EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr,
+                                                    &startup.StartupInfo, process.put()));
     // Our copy of the write end must go now: the pipe reports its end only
     // once every write end is closed.
     childWriteEnd.reset();

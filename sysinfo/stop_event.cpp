@@ -21,8 +21,8 @@ namespace {
 DWORD CreateNamed(const std::wstring& name, kel::UniqueEvent& event) noexcept {
   SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
   kel::UniqueSid everyone;
-  KEL_RETURN_IF_WIN32_BOOL_FALSE(::AllocateAndInitializeSid(
-      &world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, everyone.put()));
+  KEL_RETURN_IF_WIN32_BOOL_FALSE(::AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0,
+                                                            0, 0, 0, 0, everyone.put()));
 
   EXPLICIT_ACCESSW entries[2] = {};
   const struct {

@@ -28,7 +28,9 @@ HMODULE ThisModule() {
 
 Json::Value UInt(uint32_t value) { return Json::Value(static_cast<Json::UInt>(value)); }
 
-std::string Utf8(const kel::StringW& text) { return kel::Utf8FromWide(text.c_str(), text.Length()); }
+std::string Utf8(const kel::StringW& text) {
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
 
 }  // namespace
 
@@ -104,9 +106,10 @@ bool Agent::Enter(HANDLE stopEvent, HANDLE process) {
 
 void Agent::Leave(HANDLE stopEvent) {
   std::lock_guard<std::mutex> lock(mutex_);
-  running_.erase(std::remove_if(running_.begin(), running_.end(),
-                                [stopEvent](const Running& run) { return run.stopEvent == stopEvent; }),
-                 running_.end());
+  running_.erase(
+      std::remove_if(running_.begin(), running_.end(),
+                     [stopEvent](const Running& run) { return run.stopEvent == stopEvent; }),
+      running_.end());
 }
 
 template <class Convert>
@@ -124,8 +127,8 @@ bool Agent::RunMethod(IPolicyMethod& method, const wchar_t* operation, const wch
 
   WorkerOutcome outcome = RunWorker(WorkerPathBeside(ThisModule()), switchText, *this);
   if (outcome.code != kel::result::kSuccess)
-    logging::Write(logging::kLevelFailure, Qualified(operation).c_str(),
-                   L"Worker %s ended with %u", switchText, outcome.code);
+    logging::Write(logging::kLevelFailure, Qualified(operation).c_str(), L"Worker %s ended with %u",
+                   switchText, outcome.code);
   // Not well-formed: the output stays empty and the outcome stands.
   AnswerWith(method, outcome.code, [&outcome, &convert](Json::Value& document) {
     convert(outcome.output, document);

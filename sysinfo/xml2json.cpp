@@ -23,8 +23,7 @@ void LogAboutElement(const wchar_t* format, const char* name) {
   logging::Write(logging::kLevelSubnodeFailure, kFunction, format, wide.c_str());
 }
 
-void Convert(const pugi::xml_node& element, Json::Value& object, const char* skip,
-             size_t depth) {
+void Convert(const pugi::xml_node& element, Json::Value& object, const char* skip, size_t depth) {
   for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
     if (child.type() != pugi::node_element) continue;
     const char* name = child.name();
@@ -89,7 +88,8 @@ Json::Value MapLevel(const pugi::xml_node& parent, size_t level) {
 
 void LogMalformed(const pugi::xml_parse_result& parsed) {
   if (!logging::IsActive()) return;
-  const std::wstring why = kel::WideFromUtf8(parsed.description(), std::strlen(parsed.description()));
+  const std::wstring why =
+      kel::WideFromUtf8(parsed.description(), std::strlen(parsed.description()));
   logging::Write(logging::kLevelFailure, L"SystemInfo::Agent::ParseWorkerOutput",
                  L"Worker output is not well-formed XML at offset %d: %s",
                  static_cast<int>(parsed.offset), why.c_str());

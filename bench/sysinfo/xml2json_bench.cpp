@@ -42,7 +42,8 @@ const std::string& Organisation() {
           const std::string n = std::to_string(mailbox);
           xml += "<mailbox><displayName value=\"User " + n + "\"/><alias value=\"user" + n +
                  "\"/><primarySmtpAddress value=\"user" + n +
-                 "@corp.example\"/><guid value=\"6f1d2c3b-0000-4000-8000-" + std::string(12 - n.size(), '0') + n +
+                 "@corp.example\"/><guid value=\"6f1d2c3b-0000-4000-8000-" +
+                 std::string(12 - n.size(), '0') + n +
                  "\"/><recipientType value=\"UserMailbox\"/><quota value=\"2GB\"/></mailbox>\n";
         }
         xml += "</mailboxes></database>\n";
@@ -73,7 +74,7 @@ void Convert(benchmark::State& state) {
 
 // The mailboxes' JSON alone, built from literals: what jsoncpp costs.
 void JsonOnly(benchmark::State& state) {
-  const char* const kLeaves[] = {"displayName", "alias", "primarySmtpAddress",
+  const char* const kLeaves[] = {"displayName", "alias",         "primarySmtpAddress",
                                  "guid",        "recipientType", "quota"};
   for (auto _ : state) {
     Json::Value mailboxes(Json::arrayValue);
@@ -151,9 +152,11 @@ int main(int argc, char** argv) {
   std::printf("\n%d servers, %d databases, %d mailboxes: %.1f MB of XML\n", kServers,
               kServers * kDatabasesPerServer,
               kServers * kDatabasesPerServer * kMailboxesPerDatabase, textBytes / 1e6);
-  std::printf("  peak working set: %.1f MB at start, +%.1f MB text, +%.1f MB parse, +%.1f MB conversion (%zu servers)\n",
-              start / 1e6, (withText - start) / 1e6, (afterParse - withText) / 1e6,
-              (afterConvert - afterParse) / 1e6, servers);
+  std::printf(
+      "  peak working set: %.1f MB at start, +%.1f MB text, +%.1f MB parse, +%.1f MB conversion "
+      "(%zu servers)\n",
+      start / 1e6, (withText - start) / 1e6, (afterParse - withText) / 1e6,
+      (afterConvert - afterParse) / 1e6, servers);
   if (parse <= 0 || convert <= 0) return 0;
   const double ratio = convert / parse;
   std::printf("  conversion %.2fx the parse alone (goal %.1fx%s)\n", ratio, kGoal,

@@ -92,7 +92,8 @@ const std::map<std::string, Session::Op>& Session::Ops() {
   static const char* const kAgent[] = {"agent", nullptr};
   static const char* const kCall[] = {"agent",      "method",       "input",
                                       "policyId",   "nullPolicy",   "nullInput",
-                                      "nullOutput", "nullAccessor", "stopAfterMs", nullptr};
+                                      "nullOutput", "nullAccessor", "stopAfterMs",
+                                      nullptr};
   static const char* const kPlugin[] = {"name", "available", "fail", nullptr};
   static const char* const kManager[] = {"register", nullptr};
   static const char* const kNotify[] = {"plugin", "notification", "data", nullptr};
@@ -413,7 +414,8 @@ void Session::Registry(const Json::Value& command, Json::Value& reply) {
   }
   // Scripts never write the machine's own registry.
   if (!registry_.active())
-    throw OpError{"registry", "HKEY_LOCAL_MACHINE is not redirected: send {\"override\":true} first"};
+    throw OpError{"registry",
+                  "HKEY_LOCAL_MACHINE is not redirected: send {\"override\":true} first"};
   const std::wstring key = kel::WideFromUtf8(RequiredString(command, "key"));
   if (OptionalBool(command, "delete", false)) {
     const DWORD status = registry_.DeleteKey(key);
@@ -436,7 +438,8 @@ void Session::Environment(const Json::Value& command, Json::Value& reply) {
   const Json::Value* value = Field(command, "value");
   std::wstring text;
   if (OptionalBool(command, "inheritableEvent", false)) {
-    if (value != nullptr) throw OpError{"bad field", "\"value\" and \"inheritableEvent\" exclude each other"};
+    if (value != nullptr)
+      throw OpError{"bad field", "\"value\" and \"inheritableEvent\" exclude each other"};
     SECURITY_ATTRIBUTES inheritable{sizeof(inheritable), nullptr, TRUE};
     kel::UniqueEvent event(::CreateEventW(&inheritable, TRUE, FALSE, nullptr));
     if (!event) throw OpError{"env", Win32Detail("CreateEventW", ::GetLastError())};

@@ -18,7 +18,8 @@ using SystemInfo::RegistryTransaction;
 // A scratch key, removed with everything under it.
 class ScratchKey {
  public:
-  ScratchKey() : path_(L"Software\\kelagents-test\\sysinfo-" + std::to_wstring(::GetCurrentProcessId())) {
+  ScratchKey()
+      : path_(L"Software\\kelagents-test\\sysinfo-" + std::to_wstring(::GetCurrentProcessId())) {
     ::RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
     ::RegCreateKeyExW(HKEY_CURRENT_USER, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                       key_.put(), nullptr);
@@ -90,7 +91,8 @@ TEST(RegistryKey, EachPathOpensOrRefusesAndAFailureKeepsTheHeldKey) {
     EXPECT_EQ(static_cast<bool>(key), row.present == ERROR_SUCCESS) << row.what;
     if (!key) continue;
     const HKEY held = key.get();
-    EXPECT_EQ(key.Open(scratch.get(), L"absent"), static_cast<DWORD>(ERROR_FILE_NOT_FOUND)) << row.what;
+    EXPECT_EQ(key.Open(scratch.get(), L"absent"), static_cast<DWORD>(ERROR_FILE_NOT_FOUND))
+        << row.what;
     EXPECT_EQ(key.get(), held) << row.what;
   }
   // Where the test runs, the real look-up must answer and not crash either way.
@@ -109,7 +111,8 @@ const std::wstring kV8 = L"SOFTWARE\\Microsoft\\Exchange\\v8.0";
 void Install(ScratchKey& scratch, const std::wstring& branch, const std::wstring& path,
              std::vector<const wchar_t*> roles = {}) {
   scratch.Text(branch + L"\\Setup", L"MsiInstallPath", path);
-  const wchar_t* names[] = {L"MsiProductMajor", L"MsiProductMinor", L"MsiBuildMajor", L"MsiBuildMinor"};
+  const wchar_t* names[] = {L"MsiProductMajor", L"MsiProductMinor", L"MsiBuildMajor",
+                            L"MsiBuildMinor"};
   const DWORD values[] = {15, 1, 2507, 6};
   for (int i = 0; i < 4; ++i) scratch.Dword(branch + L"\\Setup", names[i], values[i]);
   for (const wchar_t* role : roles) scratch.Create(branch + L"\\" + role);
@@ -131,7 +134,8 @@ TEST(DetectExchange, ReadsTheNewestCompleteBranchAndLeavesWhatFailsAtZero) {
     void (*layout)(ScratchKey&, const std::wstring& longPath);
     Expected expected;
   } rows[] = {
-      {"nothing installed", [](ScratchKey&, const std::wstring&) {},
+      {"nothing installed",
+       [](ScratchKey&, const std::wstring&) {},
        {0, false, false, false, false, false, L"", L""}},
       {"v15 and v14: v15 wins",
        [](ScratchKey& s, const std::wstring&) {

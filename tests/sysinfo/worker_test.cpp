@@ -82,7 +82,8 @@ TEST(WorkerRun, OutcomesFollowTheWorkersExit) {
     const WorkerOutcome outcome = RunWorker(Worker(), row.switchText, control);
     EXPECT_EQ(outcome.code, row.code) << row.mode;
     if (row.outputHas)
-      EXPECT_NE(outcome.output.find(row.outputHas), std::string::npos) << row.mode << outcome.output;
+      EXPECT_NE(outcome.output.find(row.outputHas), std::string::npos)
+          << row.mode << outcome.output;
     else
       EXPECT_EQ(outcome.output, "") << row.mode;
     EXPECT_EQ(control.entered, 1) << row.mode;

@@ -25,7 +25,7 @@ struct Row {
   bool (*convert)(std::string&, Json::Value&);
   const char* xml;
   bool wellFormed;
-  const char* json;                  // the whole output
+  const char* json;                   // the whole output
   std::vector<std::wstring> missing;  // elements logged as missing a value, in order
 };
 
@@ -54,8 +54,12 @@ TEST(Xml2Json, DocumentsBecomeTheDocumentsTheConsoleExpects) {
               {"name":"DB2","mailboxes":[]}]},
             {"name":"EX02","site":{"name":"HQ","code":"1"},"databases":[]}]})",
        {L"note"}},
-      {"no servers container", &SystemInfo::StructureToJson, "<organization/>", true,
-       R"({"servers":[]})", {}},
+      {"no servers container",
+       &SystemInfo::StructureToJson,
+       "<organization/>",
+       true,
+       R"({"servers":[]})",
+       {}},
       {"configuration: nested objects, a missing value, an element without one",
        &SystemInfo::ConfigurationToJson,
        R"(<?xml version="1.0" encoding="utf-8"?>
@@ -65,10 +69,18 @@ TEST(Xml2Json, DocumentsBecomeTheDocumentsTheConsoleExpects) {
        true,
        R"({"configuration":{"org":"Corp","limits":{"size":"40MB","deep":{"deeper":"x"}},"name":"Zo\u00eb"}})",
        {L"empty", L"bare"}},
-      {"configuration missing", &SystemInfo::ConfigurationToJson, "<servers/>", true,
-       R"({"configuration":{}})", {}},
-      {"not well-formed: nothing written", &SystemInfo::StructureToJson,
-       "<servers><server><name value=\"EX01\"></servers>", false, "null", {}},
+      {"configuration missing",
+       &SystemInfo::ConfigurationToJson,
+       "<servers/>",
+       true,
+       R"({"configuration":{}})",
+       {}},
+      {"not well-formed: nothing written",
+       &SystemInfo::StructureToJson,
+       "<servers><server><name value=\"EX01\"></servers>",
+       false,
+       "null",
+       {}},
       {"not XML at all", &SystemInfo::ConfigurationToJson, "\x01garbage", false, "null", {}},
       {"empty output", &SystemInfo::StructureToJson, "", false, "null", {}},
   };

@@ -79,12 +79,13 @@ int Structure(const std::wstring& line) {
   const std::string waitRight = Granted(wait.get());
   kel::UniqueEvent modify(::OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
   const std::string modifyRight = Granted(modify.get());
-  const std::string xml = "<?xml version=\"1.0\"?>\n<configuration>\n"
-                          "  <organization value=\"Corp\"/>\n"
-                          "  <transport><maxMessageSize value=\"35MB\"/><maxRecipients value=\"500\"/></transport>\n"
-                          "  <worker><stopEventNameLength value=\"" + std::to_string(name.size()) +
-                          "\"/><stopEventWait value=\"" + waitRight + "\"/><stopEventSignal value=\"" +
-                          modifyRight + "\"/></worker>\n</configuration>\n";
+  const std::string xml =
+      "<?xml version=\"1.0\"?>\n<configuration>\n"
+      "  <organization value=\"Corp\"/>\n"
+      "  <transport><maxMessageSize value=\"35MB\"/><maxRecipients value=\"500\"/></transport>\n"
+      "  <worker><stopEventNameLength value=\"" +
+      std::to_string(name.size()) + "\"/><stopEventWait value=\"" + waitRight +
+      "\"/><stopEventSignal value=\"" + modifyRight + "\"/></worker>\n</configuration>\n";
   return Write(xml) ? 0 : 3;
 }
 
@@ -125,8 +126,7 @@ int main() {
   if (mode == L"exit1") return 1;
   if (mode == L"exit5") return 5;
   if (mode == L"hang") return Hang(line);
-  if (mode == L"garbage")
-    return Write("<servers><server><name value=\"EX01\"></servers>") ? 0 : 3;
+  if (mode == L"garbage") return Write("<servers><server><name value=\"EX01\"></servers>") ? 0 : 3;
   if (mode == L"flood") return Flood();
   if (mode == L"probe") return Probe();
   Write("unknown mode " + Narrow(mode));
