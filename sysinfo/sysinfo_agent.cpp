@@ -99,9 +99,9 @@ void Agent::EndCall() {
 
 bool Agent::Enter(HANDLE stopEvent, HANDLE process) {
   std::lock_guard<std::mutex> lock(mutex_);
-  if (stopping_) return false;
+  // Listed even while stopping, so that the grace period's end reaches it too.
   running_.push_back({stopEvent, process});
-  return true;
+  return stopping_;
 }
 
 void Agent::Leave(HANDLE stopEvent) {

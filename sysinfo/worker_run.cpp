@@ -36,14 +36,8 @@ WorkerOutcome RunWorker(const std::wstring& executable, const wchar_t* switchTex
       outcome.code = status;
       return outcome;
     }
-    if (!control.Enter(stop.get(), child.process())) {
-      // Stopping already: the worker is told at once and the run refused.
-      ::SetEvent(stop.get());
-      child.CloseOutput();
-      child.WaitForExit();
-      outcome.code = kel::result::kInvalidState;
-      return outcome;
-    }
+    // A stop that came while the worker started reaches it like any other.
+    if (control.Enter(stop.get(), child.process())) ::SetEvent(stop.get());
     bool overflowed = false;
     const DWORD readStatus = child.ReadOutput(outcome.output, outputLimit, overflowed);
     // A worker cut off mid-write may not notice; the event tells it to end.

@@ -16,9 +16,9 @@ inline constexpr wchar_t kWorkerFileName[] = L"MailServers.OnDemand.Agent.exe";
 // ERROR_FILE_TOO_LARGE, so a runaway worker cannot take the host's memory.
 inline constexpr size_t kMaxWorkerOutput = 64u * 1024 * 1024;
 
-// Told about each run so that a stop can reach it. Enter answers false when
-// the run must not start (the agent is stopping); Leave is called once for
-// every Enter that answered true.
+// Told about each run so that a stop can reach it. Enter registers a started
+// worker and answers true when it must be told to stop at once (the agent
+// began stopping while it started); Leave is called once for every Enter.
 class RunControl {
  public:
   virtual bool Enter(HANDLE stopEvent, HANDLE process) = 0;
@@ -38,8 +38,8 @@ struct WorkerOutcome {
 std::wstring WorkerPathBeside(HMODULE module);
 
 // Runs `executable` with `switchText`. The outcome is the code of a step that
-// failed (pipe, event, process), kInvalidState when `control` refused the
-// run, ERROR_FILE_TOO_LARGE past kMaxWorkerOutput, or the exit code.
+// failed (pipe, event, process), ERROR_FILE_TOO_LARGE past kMaxWorkerOutput,
+// or the exit code (1 reported as 1223).
 WorkerOutcome RunWorker(const std::wstring& executable, const wchar_t* switchText,
                         RunControl& control, size_t outputLimit = kMaxWorkerOutput) noexcept;
 

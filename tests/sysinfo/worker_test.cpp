@@ -31,21 +31,21 @@ void Mode(const wchar_t* mode) { ::SetEnvironmentVariableW(L"KEL_TEST_WORKER", m
 // thread a while after it entered, as the agent's Stop does.
 class Control final : public SystemInfo::RunControl {
  public:
-  explicit Control(bool refuse = false, DWORD stopAfterMs = 0)
-      : refuse_(refuse), stopAfterMs_(stopAfterMs) {}
+  explicit Control(bool stopAtOnce = false, DWORD stopAfterMs = 0)
+      : stopAtOnce_(stopAtOnce), stopAfterMs_(stopAfterMs) {}
   ~Control() {
     if (stopper_.joinable()) stopper_.join();
   }
   bool Enter(HANDLE stopEvent, HANDLE) override {
     ++entered;
-    if (refuse_) return false;
+    if (stopAtOnce_) return true;
     if (stopAfterMs_) {
       stopper_ = std::thread([stopEvent, this] {
         ::Sleep(stopAfterMs_);
         ::SetEvent(stopEvent);
       });
     }
-    return true;
+    return false;
   }
   void Leave(HANDLE) override {
     if (stopper_.joinable()) stopper_.join();  // the event must outlive the signal
@@ -55,7 +55,7 @@ class Control final : public SystemInfo::RunControl {
   int left = 0;
 
  private:
-  bool refuse_;
+  bool stopAtOnce_;
   DWORD stopAfterMs_;
   std::thread stopper_;
 };
@@ -91,12 +91,12 @@ TEST(WorkerRun, OutcomesFollowTheWorkersExit) {
   }
 }
 
-TEST(WorkerRun, FailuresToStartAndRefusalsAreOutcomes) {
+TEST(WorkerRun, AStopDuringTheStartAndAFailedStartAreOutcomes) {
   Mode(L"hang");
-  Control refusing(true);
-  // Refused after the start: the worker is told to stop at once, not waited for forever.
-  EXPECT_EQ(RunWorker(Worker(), L"/listmb", refusing).code, kel::result::kInvalidState);
-  EXPECT_EQ(refusing.left, 0);
+  Control stopping(true);
+  // Stopping while the worker started: it is told at once, not waited for forever.
+  EXPECT_EQ(RunWorker(Worker(), L"/listmb", stopping).code, kel::result::kWorkerExitedWithOne);
+  EXPECT_EQ(stopping.left, 1);
   Control control;
   EXPECT_EQ(RunWorker(ProgramFolder() + L"no-such-worker.exe", L"/listmb", control).code,
             static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
