@@ -18,11 +18,13 @@ using EnterpriseIntegration::Handle;
 
 namespace {
 
+// The module this code is linked into: the worker lies beside it.
 HMODULE ThisModule() {
+  static const char kMarker = 0;
   HMODULE module = nullptr;
   ::GetModuleHandleExW(
       GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<const wchar_t*>(&ThisModule), &module);
+      reinterpret_cast<const wchar_t*>(&kMarker), &module);
   return module;
 }
 

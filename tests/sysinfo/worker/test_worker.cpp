@@ -30,7 +30,12 @@ bool Write(const std::string& text) {
          written == text.size();
 }
 
-std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
+// Modes are ASCII; anything else only needs to be recognisable.
+std::string Narrow(const std::wstring& text) {
+  std::string narrow;
+  for (wchar_t c : text) narrow += c < 0x80 ? static_cast<char>(c) : '?';
+  return narrow;
+}
 
 // The value of `key="..."` on the command line.
 std::wstring Argument(const std::wstring& line, const std::wstring& key) {
