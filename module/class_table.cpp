@@ -7,6 +7,7 @@
 #include "ondemand/ondemand_agent.h"
 #include "reporting/scanner_agent.h"
 #include "reporting/statistics_agent.h"
+#include "sysinfo/sysinfo_agent.h"
 #include "transport/antispam/antispam_agent.h"
 #include "transport/antivirus/antivirus_agent.h"
 #include "transport/attachment/attachment_agent.h"
@@ -37,4 +38,5 @@ ExportedSingletonDeclaration<kel::nusdk::MailServers::ScannerAgent> g_scanner(
     L"MailServers.Scanner");
 ExportedSingletonDeclaration<kel::MailServers::kelScannerAgent> g_statistics(
     L"kel.MailServers.Scanner");
+ExportedSingletonDeclaration<SystemInfo::Agent> g_systemInfo(L"MailServers.SystemInfo");
 }  // namespace

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cwchar>
 #include <exception>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -93,7 +95,7 @@ const std::map<std::string, Session::Op>& Session::Ops() {
   static const char* const kCall[] = {"agent",      "method",       "input",
                                       "policyId",   "nullPolicy",   "nullInput",
                                       "nullOutput", "nullAccessor", "async",
-                                      nullptr};
+                                      "stopAfterMs", nullptr};
   static const char* const kAwait[] = {"call", "waitMs", nullptr};
   static const char* const kPlugin[] = {"name", "available", "fail", "directory", nullptr};
   static const char* const kManager[] = {"register", nullptr};
@@ -101,6 +103,8 @@ const std::map<std::string, Session::Op>& Session::Ops() {
                                         "repeat", "threads",      nullptr};
   static const char* const kEvents[] = {"count", "waitMs", nullptr};
   static const char* const kSleep[] = {"ms", nullptr};
+  static const char* const kRegistry[] = {"override", "key", "values", "delete", nullptr};
+  static const char* const kEnv[] = {"name", "value", "inheritableEvent", nullptr};
   // clang-format off
   static const std::map<std::string, Op> ops = {
       {"create",      {&Session::Create, kCreate}},
@@ -120,6 +124,8 @@ const std::map<std::string, Session::Op>& Session::Ops() {
       {"events",      {&Session::Events, kEvents}},
       {"log",         {&Session::Log, kNone}},
       {"sleep",       {&Session::Sleep, kSleep}},
+      {"registry",    {&Session::Registry, kRegistry}},
+      {"env",         {&Session::Environment, kEnv}},
   };
   // clang-format on
   return ops;
@@ -264,9 +270,23 @@ void Session::Call(const Json::Value& command, Json::Value& reply) {
 
   const Json::Value* async = Field(command, "async");
   if (async == nullptr) {
+    // A stop from another thread while the call runs, as the host's shutdown
+    // would come: how a script ends a call that waits without "async".
+    std::thread stopper;
+    if (const Json::Value* stopAfter = Field(command, "stopAfterMs")) {
+      const uint32_t ms = UInt32Of(*stopAfter, "stopAfterMs");
+      stopper = std::thread([agent, ms] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+        agent->Stop();
+      });
+    }
     agent->RunPolicyMethod(nullAccessor ? nullptr : call.get());
+    if (stopper.joinable()) stopper.join();
     ReplyCallOutcome(*call, nullAccessor, reply);
     return;
+  }
+  if (Field(command, "stopAfterMs") != nullptr) {
+    throw OpError{"bad field", "stopAfterMs: an async call is stopped with the stop op"};
   }
   const std::string id = AsyncId(*async, "async");
   if (asyncCalls_.count(id) != 0) {
@@ -450,6 +470,108 @@ void Session::Log(const Json::Value&, Json::Value& reply) {
 
 void Session::Sleep(const Json::Value& command, Json::Value&) {
   std::this_thread::sleep_for(std::chrono::milliseconds(RequiredUInt32(command, "ms")));
+}
+
+namespace {
+
+std::string Win32Detail(const std::string& what, DWORD code) {
+  return what + " failed with " + std::to_string(code);
+}
+
+// One registry value from {"sz": S} | {"expandSz": S} | {"dword": N} | {"binary": HEX}.
+void SetValue(HKEY key, const std::string& name, const Json::Value& spec) {
+  const std::string where = "\"values\"." + name;
+  if (!spec.isObject() || spec.size() != 1)
+    throw OpError{"bad field", where + " must be one of {sz}, {expandSz}, {dword}, {binary}"};
+  const std::string kind = spec.getMemberNames().front();
+  const Json::Value& value = spec[kind];
+  DWORD type = REG_NONE;
+  std::vector<BYTE> bytes;
+  if (kind == "sz" || kind == "expandSz") {
+    if (!value.isString()) throw OpError{"bad field", where + "." + kind + " must be a string"};
+    type = kind == "sz" ? REG_SZ : REG_EXPAND_SZ;
+    const std::wstring text = kel::WideFromUtf8(value.asString());
+    const BYTE* begin = reinterpret_cast<const BYTE*>(text.c_str());
+    bytes.assign(begin, begin + (text.size() + 1) * sizeof(wchar_t));
+  } else if (kind == "dword") {
+    const DWORD number = UInt32Of(value, (where + ".dword").c_str());
+    type = REG_DWORD;
+    const BYTE* begin = reinterpret_cast<const BYTE*>(&number);
+    bytes.assign(begin, begin + sizeof(number));
+  } else if (kind == "binary") {
+    const std::string hex = value.isString() ? value.asString() : std::string("?");
+    if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+      throw OpError{"bad field", where + ".binary must be hexadecimal text"};
+    type = REG_BINARY;
+    for (size_t i = 0; i < hex.size(); i += 2)
+      bytes.push_back(static_cast<BYTE>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  } else {
+    throw OpError{"bad field", where + " has no kind " + Quoted(kind)};
+  }
+  const std::wstring wideName = kel::WideFromUtf8(name);
+  const LSTATUS status = ::RegSetValueExW(key, wideName.c_str(), 0, type, bytes.data(),
+                                          static_cast<DWORD>(bytes.size()));
+  if (status != ERROR_SUCCESS)
+    throw OpError{"registry", Win32Detail("setting " + Quoted(name), static_cast<DWORD>(status))};
+}
+
+}  // namespace
+
+void Session::Registry(const Json::Value& command, Json::Value& reply) {
+  if (OptionalBool(command, "override", false)) {
+    if (const DWORD status = registry_.Override())
+      throw OpError{"registry", Win32Detail("redirecting HKEY_LOCAL_MACHINE", status)};
+  }
+  reply["override"] = registry_.active();
+  if (Field(command, "key") == nullptr) {
+    if (Field(command, "values") != nullptr || Field(command, "delete") != nullptr)
+      throw OpError{"missing field", "\"key\" is required"};
+    return;
+  }
+  // Scripts never write the machine's own registry.
+  if (!registry_.active())
+    throw OpError{"registry",
+                  "HKEY_LOCAL_MACHINE is not redirected: send {\"override\":true} first"};
+  const std::wstring key = kel::WideFromUtf8(RequiredString(command, "key"));
+  if (OptionalBool(command, "delete", false)) {
+    const DWORD status = registry_.DeleteKey(key);
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
+      throw OpError{"registry", Win32Detail("deleting the key", status)};
+    return;
+  }
+  kel::UniqueHkey created;
+  if (const DWORD status = registry_.CreateKey(key, created))
+    throw OpError{"registry", Win32Detail("creating the key", status)};
+  if (const Json::Value* values = Field(command, "values")) {
+    if (!values->isObject()) throw OpError{"bad field", "\"values\" must be an object"};
+    for (const std::string& name : values->getMemberNames())
+      SetValue(created.get(), name, (*values)[name]);
+  }
+}
+
+void Session::Environment(const Json::Value& command, Json::Value& reply) {
+  const std::wstring name = kel::WideFromUtf8(RequiredString(command, "name"));
+  const Json::Value* value = Field(command, "value");
+  std::wstring text;
+  if (OptionalBool(command, "inheritableEvent", false)) {
+    if (value != nullptr)
+      throw OpError{"bad field", "\"value\" and \"inheritableEvent\" exclude each other"};
+    SECURITY_ATTRIBUTES inheritable{sizeof(inheritable), nullptr, TRUE};
+    kel::UniqueEvent event(::CreateEventW(&inheritable, TRUE, FALSE, nullptr));
+    if (!event) throw OpError{"env", Win32Detail("CreateEventW", ::GetLastError())};
+    text = std::to_wstring(reinterpret_cast<uintptr_t>(event.get()));
+    inheritableEvents_.push_back(std::move(event));
+  } else if (value != nullptr && !value->isNull()) {
+    if (!value->isString()) throw OpError{"bad field", "\"value\" must be a string or null"};
+    text = kel::WideFromUtf8(value->asString());
+  }
+  const bool remove = text.empty() && (value == nullptr || value->isNull());
+  if (!::SetEnvironmentVariableW(name.c_str(), remove ? nullptr : text.c_str()) && !remove)
+    throw OpError{"env", Win32Detail("SetEnvironmentVariableW", ::GetLastError())};
+  if (remove)
+    reply["value"] = Json::Value();
+  else
+    reply["value"] = kel::Utf8FromWide(text);
 }
 
 void Session::Shutdown() noexcept {

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <json/value.h>
 
@@ -19,7 +20,9 @@
 #include "host/kelhost/manager.h"
 #include "host/kelhost/policy_method.h"
 #include "host/kelhost/plugin_registry.h"
+#include "host/kelhost/scratch_registry.h"
 #include "host/logsink/log_sink.h"
+#include "frame/owners.h"
 #include "sdk/agent.h"
 
 namespace kelhost {
@@ -107,11 +110,15 @@ class Session {
   void Events(const Json::Value& command, Json::Value& reply);
   void Log(const Json::Value& command, Json::Value& reply);
   void Sleep(const Json::Value& command, Json::Value& reply);
+  void Registry(const Json::Value& command, Json::Value& reply);
+  void Environment(const Json::Value& command, Json::Value& reply);
 
   HostParts parts_;
   std::map<std::string, Instance> instances_;  // by the "as" name
   std::map<std::string, std::unique_ptr<AsyncCall>> asyncCalls_;  // by the "async" id's JSON text
   uint64_t serial_ = 0;
+  ScratchRegistry registry_;
+  std::vector<kel::UniqueEvent> inheritableEvents_;  // for "env", kept for the run
 };
 
 }  // namespace kelhost

@@ -1,0 +1,171 @@
+#include "sysinfo/sysinfo_agent.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "agent/policy_answer.h"
+#include "frame/logging/trace_scope.h"
+#include "frame/text_convert.h"
+#include "frame/result_codes.h"
+#include "sysinfo/exchange_detection.h"
+#include "sysinfo/sysinfo_dispatch.h"
+#include "sysinfo/xml2json.h"
+
+namespace SystemInfo {
+
+using EnterpriseIntegration::AnswerWith;
+using EnterpriseIntegration::Handle;
+
+namespace {
+
+// The module this code is linked into: the worker lies beside it.
+HMODULE ThisModule() {
+  static const char kMarker = 0;
+  HMODULE module = nullptr;
+  ::GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<const wchar_t*>(&kMarker), &module);
+  return module;
+}
+
+Json::Value UInt(uint32_t value) { return Json::Value(static_cast<Json::UInt>(value)); }
+
+std::string Utf8(const kel::StringW& text) {
+  return kel::Utf8FromWide(text.c_str(), text.Length());
+}
+
+}  // namespace
+
+Agent::Agent(const wchar_t* agentName)
+    : AgentBase(agentName, L"SystemInfo::Agent", kSystemInfoDispatchRules) {}
+
+Agent::~Agent() {
+  try {
+    StopWorkers();
+  } catch (...) {
+  }
+}
+
+EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
+  static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
+      {L"GetOrganizationStructure", Handle<&Agent::GetOrganizationStructure>},
+      {L"GetOrganizationConfiguration", Handle<&Agent::GetOrganizationConfiguration>},
+      {L"GetExchangeInfo", Handle<&Agent::GetExchangeInfo>},
+  };
+  return kMethods;
+}
+
+uint32_t Agent::Start() {
+  try {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopping_ = false;
+  } catch (...) {
+    return kel::result::kFunctionFailed;
+  }
+  return AgentBase::Start();
+}
+
+void Agent::Stop() {
+  TraceScope trace(Qualified(L"Stop").c_str());
+  try {
+    StopWorkers();
+    StopSteps();
+  } catch (...) {
+  }
+}
+
+void Agent::StopWorkers() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  stopping_ = true;
+  // The event is signalled through the handle its run created: opened by
+  // name, our own deny entry would refuse us the right to signal it.
+  for (const Running& run : running_) ::SetEvent(run.stopEvent);
+  if (idle_.wait_for(lock, std::chrono::milliseconds(kStopGraceMs), [this] { return calls_ == 0; }))
+    return;
+  // A worker that ignores its event would hold the host's shutdown for ever.
+  for (const Running& run : running_) ::TerminateProcess(run.process, 1);
+  idle_.wait(lock, [this] { return calls_ == 0; });
+}
+
+bool Agent::BeginCall() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (stopping_) return false;
+  ++calls_;
+  return true;
+}
+
+void Agent::EndCall() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (--calls_ == 0) idle_.notify_all();
+}
+
+bool Agent::Enter(HANDLE stopEvent, HANDLE process) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  // Listed even while stopping, so that the grace period's end reaches it too.
+  running_.push_back({stopEvent, process});
+  return stopping_;
+}
+
+void Agent::Leave(HANDLE stopEvent) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  running_.erase(
+      std::remove_if(running_.begin(), running_.end(),
+                     [stopEvent](const Running& run) { return run.stopEvent == stopEvent; }),
+      running_.end());
+}
+
+template <class Convert>
+bool Agent::RunMethod(IPolicyMethod& method, const wchar_t* operation, const wchar_t* switchText,
+                      Convert convert) {
+  TraceScope trace(Qualified(operation).c_str());
+  if (!BeginCall()) {
+    method.SetResult(kel::result::kInvalidState);
+    return true;
+  }
+  struct CallCount {
+    Agent& agent;
+    ~CallCount() { agent.EndCall(); }
+  } counted{*this};
+
+  WorkerOutcome outcome = RunWorker(WorkerPathBeside(ThisModule()), switchText, *this);
+  if (outcome.code != kel::result::kSuccess)
+    logging::Write(logging::kLevelFailure, Qualified(operation).c_str(), L"Worker %s ended with %u",
+                   switchText, outcome.code);
+  // Not well-formed: the output stays empty and the outcome stands.
+  AnswerWith(method, outcome.code, [&outcome, &convert](Json::Value& document) {
+    convert(outcome.output, document);
+    return true;
+  });
+  return true;
+}
+
+bool Agent::GetOrganizationStructure(IPolicyMethod& method) {
+  return RunMethod(method, L"GetOrganizationStructure", L"/listmb", &StructureToJson);
+}
+
+bool Agent::GetOrganizationConfiguration(IPolicyMethod& method) {
+  return RunMethod(method, L"GetOrganizationConfiguration", L"/orgConfig", &ConfigurationToJson);
+}
+
+bool Agent::GetExchangeInfo(IPolicyMethod& method) {
+  TraceScope trace(Qualified(L"GetExchangeInfo").c_str());
+  const ExchangeInstallInfo info = DetectExchange();
+  AnswerWith(method, kel::result::kSuccess, [&info](Json::Value& document) {
+    document["versionCode"] = UInt(info.versionCode);
+    document["msiProductMajor"] = UInt(info.msiProductMajor);
+    document["msiProductMinor"] = UInt(info.msiProductMinor);
+    document["msiBuildMajor"] = UInt(info.msiBuildMajor);
+    document["msiBuildMinor"] = UInt(info.msiBuildMinor);
+    Json::Value& roles = document["roles"];
+    roles["mailbox"] = info.mailboxRole;
+    roles["hubTransport"] = info.hubTransportRole;
+    roles["edgeTransport"] = info.edgeTransportRole;
+    roles["clientAccess"] = info.clientAccessRole;
+    document["installPath"] = Utf8(info.installPath);
+    document["pickupPath"] = Utf8(info.pickupPath);
+    return true;
+  });
+  return true;
+}
+
+}  // namespace SystemInfo
