@@ -1,8 +1,10 @@
 #include "sysinfo/stop_event.h"
 
 #include <aclapi.h>
+#include <bcrypt.h>
 
 #include <new>
+#include <stdexcept>
 #include <utility>
 
 #include "frame/win32_error.h"
@@ -17,6 +19,23 @@ std::wstring MakeStopEventName(std::mt19937& random) {
 }
 
 namespace {
+
+// A seed from std::random_device, which may throw when its source is not
+// available; then from the system's own generator.
+uint32_t Seed() {
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    try {
+      std::random_device device;
+      return device();
+    } catch (const std::exception&) {
+    }
+  }
+  uint32_t seed = 0;
+  if (!BCRYPT_SUCCESS(::BCryptGenRandom(nullptr, reinterpret_cast<UCHAR*>(&seed), sizeof(seed),
+                                        BCRYPT_USE_SYSTEM_PREFERRED_RNG)))
+    throw std::runtime_error("no random source");
+  return seed;
+}
 
 DWORD CreateNamed(const std::wstring& name, kel::UniqueEvent& event) noexcept {
   SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
@@ -59,8 +78,7 @@ DWORD CreateNamed(const std::wstring& name, kel::UniqueEvent& event) noexcept {
 
 DWORD CreateStopEvent(kel::UniqueEvent& event, std::wstring& name) noexcept {
   try {
-    std::random_device seed;
-    std::mt19937 random(seed());
+    std::mt19937 random(Seed());
     // A clash among 25^24 names is all but impossible; a second draw settles it.
     DWORD status = ERROR_ALREADY_EXISTS;
     for (int attempt = 0; attempt < 2 && status == ERROR_ALREADY_EXISTS; ++attempt) {
@@ -72,7 +90,7 @@ DWORD CreateStopEvent(kel::UniqueEvent& event, std::wstring& name) noexcept {
   } catch (const std::bad_alloc&) {
     return ERROR_NOT_ENOUGH_MEMORY;
   } catch (...) {
-    return ERROR_INTERNAL_ERROR;  // no random device to seed from
+    return ERROR_INTERNAL_ERROR;  // no random source at all
   }
 }
 
