@@ -15,7 +15,6 @@
 //   Silent       reports no result at all
 #include <chrono>
 #include <cstdint>
-#include <cwchar>
 #include <string>
 #include <thread>
 
@@ -138,14 +137,8 @@ class FakeAgent final : public EnterpriseIntegration::IAgent,
     if (sink != nullptr) sink->AddName(name_.c_str());
   }
 
-  uint32_t CopyAgentName(wchar_t* buffer, uint32_t capacity) override {
-    if (buffer != nullptr && capacity > 0) {
-      const size_t length = name_.size() < capacity - 1 ? name_.size() : capacity - 1;
-      std::wmemcpy(buffer, name_.c_str(), length);
-      buffer[length] = L'\0';
-    }
-    return static_cast<uint32_t>(name_.size());
-  }
+  // kelhost reads the name through GetAgentName only.
+  uint32_t CopyAgentName(wchar_t*, uint32_t) override { return 0; }
 
   const wchar_t* GetAgentName() override { return name_.c_str(); }
   void OnAttached() override {}
