@@ -479,12 +479,12 @@ std::string Win32Detail(const std::string& what, DWORD code) {
 }
 
 // One registry value from {"sz": S} | {"expandSz": S} | {"dword": N} | {"binary": HEX}.
-void SetValue(HKEY key, const std::string& name, const Json::Value& spec) {
+void SetValue(HKEY key, const std::string& name, const Json::Value& typed) {
   const std::string where = "\"values\"." + name;
-  if (!spec.isObject() || spec.size() != 1)
+  if (!typed.isObject() || typed.size() != 1)
     throw OpError{"bad field", where + " must be one of {sz}, {expandSz}, {dword}, {binary}"};
-  const std::string kind = spec.getMemberNames().front();
-  const Json::Value& value = spec[kind];
+  const std::string kind = typed.getMemberNames().front();
+  const Json::Value& value = typed[kind];
   DWORD type = REG_NONE;
   std::vector<BYTE> bytes;
   if (kind == "sz" || kind == "expandSz") {
