@@ -10,19 +10,14 @@ using kel::nusdk::MailServers::IScanNotifications;
 ScanListener::ScanListener(const wchar_t* agentName, const wchar_t* className)
     : Agent<IMailServers>(agentName, className, kel::nusdk::MailServers::kOnAccessComponentName) {}
 
-uint32_t ScanListener::SinkPort::Subscribe(IScanNotifications* sink) {
-  IMailServers* plugin = owner_.plugin();
-  return plugin ? plugin->RegisterScanNotifications(sink, nullptr) : kel::result::kNotReady;
-}
-
-uint32_t ScanListener::SinkPort::Unsubscribe(IScanNotifications* sink) {
-  IMailServers* plugin = owner_.plugin();
-  return plugin ? plugin->UnregisterScanNotifications(sink) : kel::result::kNotReady;
-}
-
+// The plug-in's registration takes a second, reserved argument, always null.
 uint32_t ScanListener::OnPluginsAcquired() {
-  return sink_.Register(&port_, &SinkPort::Subscribe, &SinkPort::Unsubscribe,
-                        static_cast<IScanNotifications*>(this));
+  IMailServers* plugin = this->plugin();
+  if (!plugin) return kel::result::kNotReady;
+  IScanNotifications* sink = this;
+  return sink_.RegisterWith(
+      [plugin, sink] { return plugin->RegisterScanNotifications(sink, nullptr); },
+      [plugin, sink] { plugin->UnregisterScanNotifications(sink); });
 }
 
 void ScanListener::UnregisterSink() noexcept { sink_.Reset(); }

@@ -35,19 +35,6 @@ class ScanListener : public EnterpriseIntegration::Agent<kel::nusdk::MailServers
   void UnregisterSink() noexcept;
 
  private:
-  // IMailServers registration takes a second, reserved argument; this gives
-  // it the one-argument shape NotificationRegistration takes.
-  class SinkPort {
-   public:
-    explicit SinkPort(ScanListener& owner) : owner_(owner) {}
-    uint32_t Subscribe(kel::nusdk::MailServers::IScanNotifications* sink);
-    uint32_t Unsubscribe(kel::nusdk::MailServers::IScanNotifications* sink);
-
-   private:
-    ScanListener& owner_;
-  };
-
-  SinkPort port_{*this};
   EnterpriseIntegration::NotificationRegistration sink_{*this};
 };
 
