@@ -312,12 +312,7 @@ class GroupsPlugin final : public ReferencePlugin, public IGroups {
   }
 
   uint32_t RegisterNotifications(Sink* sink) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      return sinks_.Add(sink);
-    } catch (...) {
-      return kPluginInternalError;
-    }
+    return Guarded([&] { return sinks_.Add(sink); });
   }
 
   uint32_t UnregisterNotifications(Sink* sink) override {

@@ -157,20 +157,11 @@ class OnAccessPlugin final : public ReferencePlugin, public IMailServers {
   uint32_t RegisterScanNotifications(IScanNotifications* sink, void* reserved) override {
     if (const uint32_t code = Failure()) return code;
     if (reserved != nullptr) return kPluginBadArgument;
-    try {
-      return sinks_.Add(sink);
-    } catch (...) {
-      return kPluginInternalError;
-    }
+    return Shielded([&] { return sinks_.Add(sink); });
   }
 
   uint32_t UnregisterScanNotifications(IScanNotifications* sink) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      return sinks_.Remove(sink);
-    } catch (...) {
-      return kPluginInternalError;
-    }
+    return Guarded([&] { return sinks_.Remove(sink); });
   }
 
   NotifyOutcome Notify(const std::string& notification, const Json::Value& data) override {

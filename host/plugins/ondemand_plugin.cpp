@@ -75,7 +75,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t GetTaskIdList(kel::List<kel::Guid>& ids) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       ids.RemoveAll();
@@ -87,7 +86,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t GetRunningTasks(kel::List<RunInfo>& tasks) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       tasks.RemoveAll();
@@ -107,7 +105,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t AddTask(const Task& task, kel::Guid& id) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       Entry entry;
       if (const uint32_t code = CopyTask(entry.task, task)) return code;
@@ -121,7 +118,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t UpdateTask(const Task& task) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       Task copy;
       if (const uint32_t code = CopyTask(copy, task)) return code;
@@ -134,7 +130,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t GetTask(const kel::Guid& id, Task& task) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       auto found = index_.find(id);
@@ -144,7 +139,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t DeleteTask(const kel::Guid& id) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       auto found = index_.find(id);
@@ -156,7 +150,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t DeleteAllTasks() override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       index_.clear();
@@ -166,7 +159,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t StartTask(const kel::Guid& id, const kel::StringW& context) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       kel::StringW started;
       {
@@ -190,7 +182,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t StopTask(const kel::Guid& id, uint32_t) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       auto found = index_.find(id);
@@ -211,7 +202,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t SetUser(const UserInfo& user) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       user_.user = user.user;
@@ -223,7 +213,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t GetUser(UserInfo& user) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       user.user = user_.user;
@@ -235,7 +224,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   }
 
   uint32_t GetUserStatus(kel::StringW& user, uint8_t& functioning, int32_t& error) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] {
       std::lock_guard<std::mutex> lock(mutex_);
       user = status_.user;
@@ -249,18 +237,16 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
   uint32_t Reserved17() override { return kNotSupported; }
 
   uint32_t RegisterTaskEvents(ITaskEvents* sink) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] { return taskSinks_.Add(sink); });
   }
   uint32_t RegisterSettingsEvents(ISettingsEvents* sink) override {
-    if (const uint32_t code = Failure()) return code;
     return Guarded([&] { return settingsSinks_.Add(sink); });
   }
   uint32_t UnregisterTaskEvents(ITaskEvents* sink) override {
-    return Guarded([&] { return taskSinks_.Remove(sink); });
+    return Shielded([&] { return taskSinks_.Remove(sink); });
   }
   uint32_t UnregisterSettingsEvents(ISettingsEvents* sink) override {
-    return Guarded([&] { return settingsSinks_.Remove(sink); });
+    return Shielded([&] { return settingsSinks_.Remove(sink); });
   }
 
   NotifyOutcome Notify(const std::string& notification, const Json::Value& data) override {
@@ -286,15 +272,6 @@ class OnDemandPlugin final : public ReferencePlugin, public IOnDemand {
     bool functioning = false;
     int64_t error = 0;
   };
-
-  template <class Fn>
-  static uint32_t Guarded(Fn&& fn) {
-    try {
-      return fn();
-    } catch (...) {
-      return kPluginInternalError;
-    }
-  }
 
   // The task a notification names: its "id" must be one the plug-in holds.
   bool FindTask(StructureReader& reader, const char* what, kel::Guid& id, std::string& problem) {

@@ -285,16 +285,6 @@ class QuarantinePlugin final : public ReferencePlugin, public IQuarantine {
   }
 
  private:
-  template <class Fn>
-  uint32_t Guarded(Fn&& fn) {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      return fn();
-    } catch (...) {
-      return kPluginInternalError;
-    }
-  }
-
   // 87 for a zone that does not exist, 1168 for an id the zone lacks.
   uint32_t Missing(uint32_t zone) {
     kel::StringW unused;
@@ -438,12 +428,10 @@ class ReleaseEmailPlugin final : public ReferencePlugin, public IReleaseEmail {
   }
 
   uint32_t RegisterNotifications(INotifications* sink) override {
-    if (const uint32_t code = Failure()) return code;
-    return sinks_.Add(sink);
+    return Guarded([&] { return sinks_.Add(sink); });
   }
   uint32_t UnregisterNotifications(INotifications* sink) override {
-    if (const uint32_t code = Failure()) return code;
-    return sinks_.Remove(sink);
+    return Guarded([&] { return sinks_.Remove(sink); });
   }
 
  private:

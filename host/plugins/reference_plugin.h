@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <json/value.h>
@@ -75,6 +76,27 @@ class ReferencePlugin {
   // nothing else.
   void SetFailure(uint32_t code) noexcept { failure_.store(code); }
   uint32_t Failure() const noexcept { return failure_.load(); }
+
+ protected:
+  // The wall around an operation: the forced failure answers first, and
+  // nothing thrown reaches the module (an allocation failure answers 1359).
+  template <class Fn>
+  uint32_t Guarded(Fn&& fn) noexcept {
+    if (const uint32_t code = Failure()) return code;
+    return Shielded(std::forward<Fn>(fn));
+  }
+  // The same without the forced failure, for what a plug-in does whatever it
+  // was told to answer (letting a sink go).
+  template <class Fn>
+  static uint32_t Shielded(Fn&& fn) noexcept {
+    try {
+      return fn();
+    } catch (...) {
+      return kPluginInternalError;
+    }
+  }
+
+ public:
 
   // The `plugin` op's "directory": the directory groups, by DN, that a
   // plug-in synchronising with a directory reads from. False, with

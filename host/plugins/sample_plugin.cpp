@@ -65,21 +65,11 @@ class SamplePlugin final : public ReferencePlugin, public ISample {
   }
 
   uint32_t Advise(ISampleNotifications* sink) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      return sinks_.Add(sink);
-    } catch (...) {
-      return kPluginInternalError;
-    }
+    return Guarded([&] { return sinks_.Add(sink); });
   }
 
   uint32_t Unadvise(ISampleNotifications* sink) override {
-    if (const uint32_t code = Failure()) return code;
-    try {
-      return sinks_.Remove(sink);
-    } catch (...) {
-      return kPluginInternalError;
-    }
+    return Guarded([&] { return sinks_.Remove(sink); });
   }
 
   NotifyOutcome Notify(const std::string& notification, const Json::Value& data) override {
