@@ -8,4 +8,6 @@ for exe in "$build"/bin/bench_*.exe; do
   echo "== $(basename "$exe")"
   /usr/lib/wine/wine64 "$exe" --benchmark_counters_tabular=true || status=1
 done
+echo "== the organisation worker against a directory"
+python3 "$(dirname "$0")/../bench/sysinfo/worker_bench.py" "$build" || status=1
 exit $status

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(cmake ninja-build make g++-mingw-w64-x86-64-posix wine64 libgtest-dev dpkg-dev clang lld)
+packages=(cmake ninja-build make g++-mingw-w64-x86-64-posix wine64 libgtest-dev dpkg-dev clang lld slapd ldap-utils python3)
 sources=(libjsoncpp pugixml benchmark)
 
 as_root() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }

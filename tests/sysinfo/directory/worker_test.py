@@ -1,0 +1,243 @@
+#!/usr/bin/env python3
+"""The organisation worker run under Wine against throwaway directory servers:
+what it lists, what it writes for each kind of failure, and paging past the
+server's size limit.
+
+    worker_test.py WORKER.exe WORK_DIR
+
+Prints one line per case and closes with "N passed, N failed".
+"""
+import os
+import socket
+import subprocess
+import sys
+import threading
+import time
+import xml.etree.ElementTree as ET
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import directory  # noqa: E402
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+WINE = "/usr/lib/wine/wine64"
+WORKER = os.path.abspath(sys.argv[1])
+WORK = os.path.abspath(sys.argv[2])
+SMALL = open(os.path.join(HERE, "small_org.ldif"), encoding="utf-8").read()
+
+
+def run_worker(switch, env, timeout=120):
+    full = {k: v for k, v in os.environ.items() if not k.startswith("KEL_DIRECTORY_")}
+    full.update(env)
+    started = time.monotonic()
+    done = subprocess.run([WINE, WORKER, switch], env=full, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=timeout)
+    return done.returncode, done.stdout, done.stderr.decode("utf-8", "replace"), time.monotonic() - started
+
+
+def leaves(element):
+    """An element's leaves as {tag: value}; containers as nested lists."""
+    out = {}
+    for child in element:
+        if len(child):
+            out[child.tag] = [leaves(item) for item in child]
+        else:
+            out[child.tag] = child.get("value")
+    return out
+
+
+def server_env(port, **extra):
+    env = {"KEL_DIRECTORY_SERVER": "127.0.0.1:%d" % port, "KEL_DIRECTORY_BIND": "anonymous"}
+    env.update(extra)
+    return env
+
+
+ORG_DN = ("CN=Zürich & Söhne AG,CN=Microsoft Exchange,CN=Services,CN=Configuration,"
+          "DC=corp,DC=example")
+
+SMALL_STRUCTURE = [
+    {"name": "EX01", "fqdn": "ex01.corp.example", "version": "15.1 (Build 2507.6)",
+     "roles": "Mailbox, ClientAccess, HubTransport", "site": "Default-First-Site-Name",
+     "installPath": "C:\\Program Files\\Microsoft\\Exchange Server\\V15",
+     "guid": "c6cd4b8e-7248-5c6c-91d7-bef34e12bcf9",
+     "databases": [
+         {"name": "DB \"Ost\", Graz", "edbFilePath": "D:\\Databases\\Ost <Graz>\\Ost & Graz.edb",
+          "server": "EX01", "guid": "e9ec4508-eb0a-57fd-baf6-1e60b984ff12", "mailboxCount": "2",
+          "mailboxes": [
+              {"displayName": "Chloé <Boss> & 'Co' \"Q\"", "primarySmtpAddress": "chloe@corp.example",
+               "mailboxGuid": "8ce62943-6173-541e-98b3-745ca61c4844", "alias": "chloe",
+               "userPrincipalName": "chloe@corp.example", "recipientType": "SharedMailbox",
+               "accountDisabled": "false"},
+              {"displayName": "Raum 1", "primarySmtpAddress": "raum1@corp.example",
+               "mailboxGuid": "bcbdd083-00bb-5bdf-a588-3163144b73da", "alias": "raum1",
+               "recipientType": "RoomMailbox", "accountDisabled": "true"}]},
+         {"name": "DB01", "edbFilePath": "D:\\Databases\\DB01\\DB01.edb", "logFolderPath": "E:\\Logs\\DB01",
+          "server": "EX01", "guid": "828c1740-b2bc-5ec5-8dff-dd0dc043c4af", "mailboxCount": "4",
+          "mailboxes": [
+              {"displayName": "Ann Archer", "primarySmtpAddress": "ann@corp.example",
+               "mailboxGuid": "35f4f60d-2941-5f29-bcff-62e51c272c68", "alias": "ann",
+               "userPrincipalName": "ann@corp.example", "recipientType": "UserMailbox",
+               "accountDisabled": "false"},
+              {"displayName": "Björn Łukasiewicz-Ørsted", "primarySmtpAddress": "bjorn@corp.example",
+               "mailboxGuid": "e152d0e7-9b66-55f8-95fc-049109fb4044", "alias": "bjorn",
+               "userPrincipalName": "bjorn@corp.example", "recipientType": "UserMailbox",
+               "accountDisabled": "false"},
+              {"displayName": "Dana 🚀", "primarySmtpAddress": "dana@corp.example",
+               "mailboxGuid": "05f683ba-b6b9-52a1-9394-c0f8c9b8f74f", "alias": "dana",
+               "userPrincipalName": "dana@corp.example", "recipientType": "UserMailbox",
+               "accountDisabled": "true"},
+              {"displayName": "山田 太郎", "primarySmtpAddress": "yamada@corp.example",
+               "mailboxGuid": "94fd38b9-7491-5b0c-975e-8e5c30eaa69c", "alias": "yamada",
+               "userPrincipalName": "yamada@corp.example", "recipientType": "UserMailbox",
+               "accountDisabled": "false"}]},
+         {"name": "Empty DB", "edbFilePath": "D:\\Databases\\Empty\\Empty.edb", "server": "EX01",
+          "guid": "615b0111-bda6-5051-a36e-a85aec57365a", "mailboxCount": "0", "mailboxes": []}]},
+    {"name": "EX02", "fqdn": "edge.dmz.example", "version": "15.2 (Build 1118.7)",
+     "roles": "EdgeTransport", "guid": "2c8cfc0d-46ab-5227-9ff9-15aa71ff8384", "databases": []},
+]
+
+SMALL_CONFIGURATION = {
+    "organization": [{"name": "Zürich & Söhne AG"}, {"guid": "51d48700-4aee-5a5d-a8a5-27a5c1471ac6"},
+                     {"distinguishedName": ORG_DN}],
+}
+
+
+class Cases:
+    def __init__(self):
+        self.passed = 0
+        self.failed = 0
+
+    def check(self, name, condition, detail=""):
+        if condition:
+            self.passed += 1
+            print("ok      %s" % name)
+        else:
+            self.failed += 1
+            print("FAILED  %s %s" % (name, detail))
+
+
+def one_line_error(stderr, code, has):
+    lines = stderr.strip().splitlines()
+    return (len(lines) == 1 and lines[0].startswith("MailServers.OnDemand.Agent: ")
+            and lines[0].endswith("(error %d)" % code) and has in lines[0])
+
+
+def silent_server():
+    """Accepts connections and never answers."""
+    listener = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+    listener.bind(("127.0.0.1", 0))
+    listener.listen(4)
+    held = []
+
+    def accept():
+        while True:
+            try:
+                held.append(listener.accept()[0])
+            except OSError:
+                return
+    threading.Thread(target=accept, daemon=True).start()
+    return listener, held
+
+
+def main():
+    cases = Cases()
+
+    with directory.Directory(os.path.join(WORK, "small")) as server:
+        port = server.start(SMALL)
+        code, out, err, _ = run_worker("/listmb", server_env(port))
+        cases.check("small organisation: /listmb exits 0", code == 0, "%d %s" % (code, err))
+        try:
+            root = ET.fromstring(out)
+            listed = [leaves(s) for s in root] if root.tag == "servers" else None
+        except ET.ParseError as e:
+            listed = "not well-formed: %s" % e
+        cases.check("small organisation: servers, databases and mailboxes as in the directory",
+                    listed == SMALL_STRUCTURE, "\n got %r\nwant %r" % (listed, SMALL_STRUCTURE))
+
+        code, out, err, _ = run_worker("/orgConfig", server_env(port))
+        cases.check("small organisation: /orgConfig exits 0", code == 0, "%d %s" % (code, err))
+        try:
+            config = leaves(ET.fromstring(out))
+        except ET.ParseError as e:
+            config = {"error": str(e)}
+        want = {
+            "organization": {"name": "Zürich & Söhne AG", "guid": "51d48700-4aee-5a5d-a8a5-27a5c1471ac6",
+                             "distinguishedName": ORG_DN},
+            "acceptedDomains": {"all": "corp.example, partner.example, relay.example, zürich.example",
+                                "default": "corp.example",
+                                "authoritative": "corp.example, zürich.example",
+                                "internalRelay": "partner.example", "externalRelay": "relay.example"},
+            "transport": {"maxSendSizeKB": "35840", "maxReceiveSizeKB": "36864",
+                          "maxRecipientsPerMessage": "500", "internalSmtpServers": "10.0.0.5, 10.0.0.6"},
+            "exchangeServers": {"count": "2", "names": "EX01, EX02"},
+            "directory": {"server": "dc01.corp.example", "defaultNamingContext": "DC=corp,DC=example",
+                          "configurationNamingContext": "CN=Configuration,DC=corp,DC=example"},
+        }
+        flat = {k: (dict(kv for d in v for kv in d.items()) if isinstance(v, list) else v)
+                for k, v in config.items()}
+        cases.check("small organisation: configuration", flat == want, "\n got %r\nwant %r" % (flat, want))
+
+        code, _, err, _ = run_worker("/listmb", server_env(
+            port, KEL_DIRECTORY_BIND="simple", KEL_DIRECTORY_USER=directory.ADMIN_DN,
+            KEL_DIRECTORY_PASSWORD=directory.ADMIN_PASSWORD))
+        cases.check("simple bind with the right password lists", code == 0, "%d %s" % (code, err))
+        code, out, err, _ = run_worker("/listmb", server_env(
+            port, KEL_DIRECTORY_BIND="simple", KEL_DIRECTORY_USER=directory.ADMIN_DN,
+            KEL_DIRECTORY_PASSWORD="wrong"))
+        cases.check("bind refused: 1326, one line on standard error, nothing on standard output",
+                    code == 1326 and out == b"" and one_line_error(err, 1326, "refused"), "%d %r" % (code, err))
+
+        code, out, err, _ = run_worker("/listmb", server_env(port, KEL_DIRECTORY_PAGE_SIZE="0"))
+        cases.check("a setting not understood: 1610, named on standard error",
+                    code == 1610 and out == b"" and one_line_error(err, 1610, "KEL_DIRECTORY_PAGE_SIZE"),
+                    "%d %r" % (code, err))
+        code, out, err, _ = run_worker("/list", server_env(port))
+        cases.check("a command line not understood: 87", code == 87 and one_line_error(err, 87, "/list"),
+                    "%d %r" % (code, err))
+
+    with directory.Directory(os.path.join(WORK, "no-org")) as server:
+        domain_only = SMALL.split("dn: CN=Configuration,")[0]  # the domain, no configuration partition
+        port = server.start(domain_only + "\n" + "\n".join(
+            "dn: %s\nobjectClass: container\ncn: %s\n" % (dn, cn) for dn, cn in [
+                ("CN=Configuration,DC=corp,DC=example", "Configuration"),
+                ("CN=Services,CN=Configuration,DC=corp,DC=example", "Services")]))
+        for switch in ("/listmb", "/orgConfig"):
+            code, out, err, _ = run_worker(switch, server_env(port))
+            cases.check("no organisation in the forest: %s exits 8240" % switch,
+                        code == 8240 and out == b"" and one_line_error(err, 8240, "no Exchange organisation"),
+                        "%d %r" % (code, err))
+
+    code, out, err, _ = run_worker("/listmb", server_env(directory.free_port()))
+    cases.check("directory down: 8250 with one line", code == 8250 and out == b"" and
+                one_line_error(err, 8250, "127.0.0.1"), "%d %r" % (code, err))
+
+    listener, held = silent_server()
+    try:
+        code, out, err, seconds = run_worker(
+            "/listmb", server_env(listener.getsockname()[1], KEL_DIRECTORY_TIMEOUT="1"), timeout=60)
+        cases.check("a server that never answers: 1460 after the timeout, not a hang",
+                    code == 1460 and seconds < 20 and one_line_error(err, 1460, "no answer"),
+                    "%d %.1fs %r" % (code, seconds, err))
+    finally:
+        listener.close()
+        for connection in held:
+            connection.close()
+
+    with directory.Directory(os.path.join(WORK, "paged")) as server:
+        port = server.start(directory.generated_organisation(2, 3, 2500))
+        code, out, err, seconds = run_worker("/listmb", server_env(port, KEL_DIRECTORY_PAGE_SIZE="300"))
+        addresses = []
+        try:
+            for mailbox in ET.fromstring(out).iter("mailbox"):
+                addresses.append(mailbox.find("primarySmtpAddress").get("value"))
+        except ET.ParseError:
+            pass
+        cases.check("2,500 mailboxes through a size limit of 1,000: every one once (%.1f s)" % seconds,
+                    code == 0 and len(addresses) == 2500 and len(set(addresses)) == 2500,
+                    "%d %d %r" % (code, len(addresses), err))
+
+    print("%d passed, %d failed" % (cases.passed, cases.failed))
+    return 1 if cases.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

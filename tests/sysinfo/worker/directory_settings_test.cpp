@@ -1,0 +1,102 @@
+// Directory settings: what each accepted form means, and that a setting the
+// worker does not understand stops it instead of sending it elsewhere.
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "sysinfo/worker/directory_settings.h"
+
+namespace {
+
+using Worker::BindMethod;
+using Worker::DirectorySettings;
+
+class Settings final : public Worker::SettingSource {
+ public:
+  explicit Settings(std::map<std::wstring, std::wstring> values) : values_(std::move(values)) {}
+  bool Find(const wchar_t* variable, const wchar_t*, std::wstring& text) override {
+    const auto found = values_.find(variable);
+    if (found == values_.end()) return false;
+    text = found->second;
+    return true;
+  }
+
+ private:
+  std::map<std::wstring, std::wstring> values_;
+};
+
+TEST(DirectorySettings, AcceptedForms) {
+  const struct {
+    std::map<std::wstring, std::wstring> values;
+    const wchar_t* host;
+    uint16_t port;
+    BindMethod bind;
+    uint32_t timeout;
+    uint32_t pageSize;
+  } rows[] = {
+      {{}, L"", 389, BindMethod::kNegotiate, 30, 500},
+      {{{L"KEL_DIRECTORY_SERVER", L""}}, L"", 389, BindMethod::kNegotiate, 30, 500},
+      {{{L"KEL_DIRECTORY_SERVER", L"dc01.corp.example"}}, L"dc01.corp.example", 389,
+       BindMethod::kNegotiate, 30, 500},
+      {{{L"KEL_DIRECTORY_SERVER", L"127.0.0.1:40123"}, {L"KEL_DIRECTORY_BIND", L"Anonymous"}},
+       L"127.0.0.1", 40123, BindMethod::kAnonymous, 30, 500},
+      {{{L"KEL_DIRECTORY_SERVER", L"[::1]:3268"}}, L"::1", 3268, BindMethod::kNegotiate, 30, 500},
+      {{{L"KEL_DIRECTORY_SERVER", L"[fe80::1]"}}, L"fe80::1", 389, BindMethod::kNegotiate, 30, 500},
+      {{{L"KEL_DIRECTORY_BIND", L"simple"}, {L"KEL_DIRECTORY_USER", L"CN=a"}}, L"", 389,
+       BindMethod::kSimple, 30, 500},
+      {{{L"KEL_DIRECTORY_TIMEOUT", L"1"}, {L"KEL_DIRECTORY_PAGE_SIZE", L"5000"}}, L"", 389,
+       BindMethod::kNegotiate, 1, 5000},
+      {{{L"KEL_DIRECTORY_TIMEOUT", L"3600"}, {L"KEL_DIRECTORY_PAGE_SIZE", L"1"}}, L"", 389,
+       BindMethod::kNegotiate, 3600, 1},
+  };
+  for (const auto& row : rows) {
+    Settings source(row.values);
+    DirectorySettings settings;
+    std::wstring error;
+    ASSERT_TRUE(Worker::ReadDirectorySettings(source, settings, error)) << testing::PrintToString(error);
+    EXPECT_EQ(settings.host, row.host);
+    EXPECT_EQ(settings.port, row.port);
+    EXPECT_EQ(settings.bind, row.bind);
+    EXPECT_EQ(settings.timeoutSeconds, row.timeout);
+    EXPECT_EQ(settings.pageSize, row.pageSize);
+  }
+}
+
+TEST(DirectorySettings, RefusedForms) {
+  const struct {
+    const wchar_t* name;
+    const wchar_t* value;
+  } rows[] = {
+      {L"KEL_DIRECTORY_SERVER", L"host:"},
+      {L"KEL_DIRECTORY_SERVER", L"host:0"},
+      {L"KEL_DIRECTORY_SERVER", L"host:65536"},
+      {L"KEL_DIRECTORY_SERVER", L"host:389x"},
+      {L"KEL_DIRECTORY_SERVER", L":389"},
+      {L"KEL_DIRECTORY_SERVER", L"fe80::1"},
+      {L"KEL_DIRECTORY_SERVER", L"[fe80::1"},
+      {L"KEL_DIRECTORY_SERVER", L"[::1]389"},
+      {L"KEL_DIRECTORY_SERVER", L"ldap://host"},
+      {L"KEL_DIRECTORY_SERVER", L"two words"},
+      {L"KEL_DIRECTORY_BIND", L"kerberos"},
+      {L"KEL_DIRECTORY_BIND", L""},
+      {L"KEL_DIRECTORY_BIND", L"simple"},  // without a user
+      {L"KEL_DIRECTORY_TIMEOUT", L"0"},
+      {L"KEL_DIRECTORY_TIMEOUT", L"3601"},
+      {L"KEL_DIRECTORY_TIMEOUT", L"-5"},
+      {L"KEL_DIRECTORY_TIMEOUT", L"4294967297"},
+      {L"KEL_DIRECTORY_PAGE_SIZE", L"5001"},
+      {L"KEL_DIRECTORY_PAGE_SIZE", L""},
+  };
+  for (const auto& row : rows) {
+    Settings source(std::map<std::wstring, std::wstring>{{row.name, row.value}});
+    DirectorySettings settings;
+    settings.host = L"untouched";
+    std::wstring error;
+    EXPECT_FALSE(Worker::ReadDirectorySettings(source, settings, error))
+        << testing::PrintToString(std::wstring(row.value));
+    EXPECT_NE(error.find(L"KEL_DIRECTORY_"), std::wstring::npos) << testing::PrintToString(error);
+    EXPECT_EQ(settings.host, L"untouched");
+  }
+}
+
+}  // namespace
