@@ -52,9 +52,13 @@ DWORD DirectoryConnection::Bind(const DirectorySettings& settings, const Directo
       connection, anonymous ? nullptr : const_cast<PWSTR>(settings.user.c_str()),
       anonymous ? nullptr : const_cast<PWSTR>(settings.password.c_str()));
   if (id == static_cast<ULONG>(-1)) {
+    // The request could not even be sent: nobody took the connection. The
+    // client's own code says so in different ways (LDAP_SERVER_DOWN; some
+    // clients hand on the socket's error, such as 10057), so the outcome is
+    // fixed and the client's code only told.
     const ULONG code = ::LdapGetLastError();
-    error = L"cannot bind to " + where_ + L": " + LdapCodeText(code);
-    return code != LDAP_SUCCESS ? Win32FromLdap(code) : ERROR_DS_SERVER_DOWN;
+    error = L"cannot reach " + where_ + L": " + LdapCodeText(code);
+    return ERROR_DS_SERVER_DOWN;
   }
   kel::UniqueLdapMessage message;
   ULONG type = 0;

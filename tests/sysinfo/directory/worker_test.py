@@ -34,15 +34,28 @@ def run_worker(switch, env, timeout=120):
     return done.returncode, done.stdout, done.stderr.decode("utf-8", "replace"), time.monotonic() - started
 
 
+LISTS = ("databases", "mailboxes")
+
+
 def leaves(element):
-    """An element's leaves as {tag: value}; containers as nested lists."""
+    """An element's leaves as {tag: value}; the list containers as lists, other
+    containers as nested dicts."""
     out = {}
     for child in element:
-        if len(child):
+        if child.tag in LISTS:
             out[child.tag] = [leaves(item) for item in child]
+        elif len(child):
+            out[child.tag] = leaves(child)
         else:
             out[child.tag] = child.get("value")
     return out
+
+
+def exited(code, win32):
+    """Wine hands a Unix parent only the low byte of a Windows exit code; the
+    whole code is in the worker's error line (and in the module's outcome,
+    which the kelhost tests check)."""
+    return code == win32 & 0xFF
 
 
 def server_env(port, **extra):
@@ -51,8 +64,9 @@ def server_env(port, **extra):
     return env
 
 
-ORG_DN = ("CN=Zürich & Söhne AG,CN=Microsoft Exchange,CN=Services,CN=Configuration,"
-          "DC=corp,DC=example")
+# As slapd writes entry DNs: attribute types in lower case.
+ORG_DN = ("cn=Zürich & Söhne AG,cn=Microsoft Exchange,cn=Services,cn=Configuration,"
+          "dc=corp,dc=example")
 
 SMALL_STRUCTURE = [
     {"name": "EX01", "fqdn": "ex01.corp.example", "version": "15.1 (Build 2507.6)",
@@ -94,12 +108,6 @@ SMALL_STRUCTURE = [
     {"name": "EX02", "fqdn": "edge.dmz.example", "version": "15.2 (Build 1118.7)",
      "roles": "EdgeTransport", "guid": "2c8cfc0d-46ab-5227-9ff9-15aa71ff8384", "databases": []},
 ]
-
-SMALL_CONFIGURATION = {
-    "organization": [{"name": "Zürich & Söhne AG"}, {"guid": "51d48700-4aee-5a5d-a8a5-27a5c1471ac6"},
-                     {"distinguishedName": ORG_DN}],
-}
-
 
 class Cases:
     def __init__(self):
@@ -172,9 +180,8 @@ def main():
             "directory": {"server": "dc01.corp.example", "defaultNamingContext": "DC=corp,DC=example",
                           "configurationNamingContext": "CN=Configuration,DC=corp,DC=example"},
         }
-        flat = {k: (dict(kv for d in v for kv in d.items()) if isinstance(v, list) else v)
-                for k, v in config.items()}
-        cases.check("small organisation: configuration", flat == want, "\n got %r\nwant %r" % (flat, want))
+        cases.check("small organisation: configuration", config == want,
+                    "\n got %r\nwant %r" % (config, want))
 
         code, _, err, _ = run_worker("/listmb", server_env(
             port, KEL_DIRECTORY_BIND="simple", KEL_DIRECTORY_USER=directory.ADMIN_DN,
@@ -184,14 +191,14 @@ def main():
             port, KEL_DIRECTORY_BIND="simple", KEL_DIRECTORY_USER=directory.ADMIN_DN,
             KEL_DIRECTORY_PASSWORD="wrong"))
         cases.check("bind refused: 1326, one line on standard error, nothing on standard output",
-                    code == 1326 and out == b"" and one_line_error(err, 1326, "refused"), "%d %r" % (code, err))
+                    exited(code, 1326) and out == b"" and one_line_error(err, 1326, "refused"), "%d %r" % (code, err))
 
         code, out, err, _ = run_worker("/listmb", server_env(port, KEL_DIRECTORY_PAGE_SIZE="0"))
         cases.check("a setting not understood: 1610, named on standard error",
-                    code == 1610 and out == b"" and one_line_error(err, 1610, "KEL_DIRECTORY_PAGE_SIZE"),
+                    exited(code, 1610) and out == b"" and one_line_error(err, 1610, "KEL_DIRECTORY_PAGE_SIZE"),
                     "%d %r" % (code, err))
         code, out, err, _ = run_worker("/list", server_env(port))
-        cases.check("a command line not understood: 87", code == 87 and one_line_error(err, 87, "/list"),
+        cases.check("a command line not understood: 87", exited(code, 87) and one_line_error(err, 87, "/list"),
                     "%d %r" % (code, err))
 
     with directory.Directory(os.path.join(WORK, "no-org")) as server:
@@ -203,19 +210,19 @@ def main():
         for switch in ("/listmb", "/orgConfig"):
             code, out, err, _ = run_worker(switch, server_env(port))
             cases.check("no organisation in the forest: %s exits 8240" % switch,
-                        code == 8240 and out == b"" and one_line_error(err, 8240, "no Exchange organisation"),
+                        exited(code, 8240) and out == b"" and one_line_error(err, 8240, "no Exchange organisation"),
                         "%d %r" % (code, err))
 
     code, out, err, _ = run_worker("/listmb", server_env(directory.free_port()))
-    cases.check("directory down: 8250 with one line", code == 8250 and out == b"" and
-                one_line_error(err, 8250, "127.0.0.1"), "%d %r" % (code, err))
+    cases.check("directory down: 8250 with one line", exited(code, 8250) and out == b"" and
+                one_line_error(err, 8250, "cannot reach 127.0.0.1"), "%d %r" % (code, err))
 
     listener, held = silent_server()
     try:
         code, out, err, seconds = run_worker(
             "/listmb", server_env(listener.getsockname()[1], KEL_DIRECTORY_TIMEOUT="1"), timeout=60)
         cases.check("a server that never answers: 1460 after the timeout, not a hang",
-                    code == 1460 and seconds < 20 and one_line_error(err, 1460, "no answer"),
+                    exited(code, 1460) and seconds < 20 and one_line_error(err, 1460, "no answer"),
                     "%d %.1fs %r" % (code, seconds, err))
     finally:
         listener.close()
