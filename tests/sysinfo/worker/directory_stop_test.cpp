@@ -70,7 +70,7 @@ TEST(WorkerAgainstDirectory, StopsMidListing) {
   const SystemInfo::WorkerOutcome stopped = SystemInfo::RunWorker(ProductWorker(), L"/listmb", stop);
   const ULONGLONG stoppedMs = ::GetTickCount64() - started;
   EXPECT_EQ(stopped.code, kel::result::kWorkerExitedWithOne);
-  EXPECT_EQ(stopped.output, "");  // nothing half-written
+  EXPECT_TRUE(stopped.output.empty()) << stopped.output.size() << " bytes written";  // nothing half-written
   // Ended soon after the signal, long before a full listing would have.
   EXPECT_LT(stoppedMs, stopAfterMs + fullMs / 3) << "full " << fullMs << " ms";
   std::printf("full listing %llu ms, stopped after %lu ms: ended in %llu ms\n", fullMs, stopAfterMs, stoppedMs);
