@@ -1,6 +1,7 @@
 #include "sysinfo/worker/command_line.h"
 
 #include <cwctype>
+#include <iterator>
 
 #include "frame/owners.h"
 #include "frame/win.h"

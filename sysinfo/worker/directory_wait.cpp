@@ -3,8 +3,10 @@
 namespace Worker {
 
 namespace {
-// How long one slice of a wait lasts: the most a stop waits to be noticed.
+// How long one slice of a wait lasts, and how often the stop event is looked
+// at: about the most a stop waits to be noticed.
 constexpr LONG kSliceMicroseconds = 50 * 1000;
+constexpr ULONGLONG kLookEveryMs = 50;
 }  // namespace
 
 DWORD Win32FromLdap(ULONG ldapCode) noexcept {
@@ -37,11 +39,19 @@ bool DirectoryWait::Stopped() const noexcept {
   return stopEvent_ && ::WaitForSingleObject(stopEvent_, 0) == WAIT_OBJECT_0;
 }
 
+bool DirectoryWait::StoppedSinceLastLook() const noexcept {
+  if (!stopEvent_) return false;
+  const ULONGLONG now = ::GetTickCount64();
+  if (now < nextLook_) return false;
+  nextLook_ = now + kLookEveryMs;
+  return Stopped();
+}
+
 DWORD DirectoryWait::Next(LDAP* connection, ULONG messageId, const wchar_t* what,
                           kel::UniqueLdapMessage& message, ULONG& type, std::wstring& error) const {
   const ULONGLONG deadline = ::GetTickCount64() + ULONGLONG{timeoutSeconds_} * 1000;
   for (;;) {
-    if (Stopped()) {
+    if (StoppedSinceLastLook()) {
       ::ldap_abandon(connection, messageId);
       error = std::wstring(what) + L": stopped";
       return kStopped;

@@ -40,8 +40,13 @@ class DirectoryWait {
   uint32_t timeoutSeconds() const noexcept { return timeoutSeconds_; }
 
  private:
+  // Looking at the event costs a round trip to the system; between answers
+  // that arrive back to back it is looked at once per slice at most.
+  bool StoppedSinceLastLook() const noexcept;
+
   HANDLE stopEvent_;
   uint32_t timeoutSeconds_;
+  mutable ULONGLONG nextLook_ = 0;
 };
 
 }  // namespace Worker

@@ -10,6 +10,7 @@
 // the forest, or the code of another failure. Every failure is also told on
 // standard error in one line.
 #include <algorithm>
+#include <new>
 #include <string>
 
 #include "frame/owners.h"

@@ -4,6 +4,9 @@
 
 #include <map>
 
+#include "frame/owners.h"
+#include "frame/win.h"
+#include "host/kelhost/scratch_registry.h"
 #include "sysinfo/worker/directory_settings.h"
 
 namespace {
@@ -97,6 +100,60 @@ TEST(DirectorySettings, RefusedForms) {
     EXPECT_NE(error.find(L"KEL_DIRECTORY_"), std::wstring::npos) << testing::PrintToString(error);
     EXPECT_EQ(settings.host, L"untouched");
   }
+}
+
+}  // namespace
+
+namespace {
+
+// The system's own source: the environment over the registry, in a scratch
+// HKEY_LOCAL_MACHINE. (This test redirects the machine key for the whole
+// process; nothing else in this program reads it.)
+using Worker::BindMethod;
+using Worker::DirectorySettings;
+
+TEST(DirectorySettings, EnvironmentOverRegistry) {
+  kelhost::ScratchRegistry registry;
+  ASSERT_EQ(registry.Override(), 0u);
+  kel::UniqueHkey key;
+  ASSERT_EQ(registry.CreateKey(L"SOFTWARE\\Kel\\MailServers\\Directory", key), 0u);
+  const auto setText = [&key](const wchar_t* name, const std::wstring& value) {
+    ::RegSetValueExW(key.get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
+                     static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+  };
+  setText(L"Server", L"dc07.corp.example:3268");
+  setText(L"Bind", L"simple");
+  setText(L"User", L"CN=svc,DC=corp");
+  setText(L"Password", L"never read");
+  const DWORD pageSize = 750;
+  ::RegSetValueExW(key.get(), L"PageSize", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&pageSize),
+                   sizeof(pageSize));
+  for (const wchar_t* name : {L"KEL_DIRECTORY_SERVER", L"KEL_DIRECTORY_BIND", L"KEL_DIRECTORY_USER",
+                              L"KEL_DIRECTORY_PASSWORD", L"KEL_DIRECTORY_TIMEOUT",
+                              L"KEL_DIRECTORY_PAGE_SIZE"})
+    ::SetEnvironmentVariableW(name, nullptr);
+
+  DirectorySettings settings;
+  std::wstring error;
+  ASSERT_TRUE(Worker::ReadDirectorySettings(Worker::SystemSettings(), settings, error))
+      << testing::PrintToString(error);
+  EXPECT_EQ(settings.host, L"dc07.corp.example");
+  EXPECT_EQ(settings.port, 3268);
+  EXPECT_EQ(settings.bind, BindMethod::kSimple);
+  EXPECT_EQ(settings.user, L"CN=svc,DC=corp");
+  EXPECT_EQ(settings.password, L"");
+  EXPECT_EQ(settings.pageSize, 750u);
+
+  // A variable wins, even an empty one (serverless).
+  ::SetEnvironmentVariableW(L"KEL_DIRECTORY_SERVER", L"");
+  ::SetEnvironmentVariableW(L"KEL_DIRECTORY_BIND", L"anonymous");
+  ::SetEnvironmentVariableW(L"KEL_DIRECTORY_PASSWORD", L"from the environment");
+  ASSERT_TRUE(Worker::ReadDirectorySettings(Worker::SystemSettings(), settings, error));
+  EXPECT_EQ(settings.host, L"");
+  EXPECT_EQ(settings.bind, BindMethod::kAnonymous);
+  EXPECT_EQ(settings.password, L"from the environment");
+  for (const wchar_t* name : {L"KEL_DIRECTORY_SERVER", L"KEL_DIRECTORY_BIND", L"KEL_DIRECTORY_PASSWORD"})
+    ::SetEnvironmentVariableW(name, nullptr);
 }
 
 }  // namespace
