@@ -15,6 +15,7 @@ import threading
 import time
 import xml.etree.ElementTree as ET
 
+sys.dont_write_bytecode = True  # no __pycache__ in the source tree
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import directory  # noqa: E402
 
