@@ -26,11 +26,11 @@ WORK = os.path.abspath(sys.argv[2])
 SMALL = open(os.path.join(HERE, "small_org.ldif"), encoding="utf-8").read()
 
 
-def run_worker(switch, env, timeout=120):
+def run_worker(switch, env, timeout=120, extra=()):
     full = {k: v for k, v in os.environ.items() if not k.startswith("KEL_DIRECTORY_")}
     full.update(env)
     started = time.monotonic()
-    done = subprocess.run([WINE, WORKER, switch], env=full, stdout=subprocess.PIPE,
+    done = subprocess.run([WINE, WORKER, switch] + list(extra), env=full, stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, timeout=timeout)
     return done.returncode, done.stdout, done.stderr.decode("utf-8", "replace"), time.monotonic() - started
 
@@ -197,6 +197,10 @@ def main():
         code, out, err, _ = run_worker("/listmb", server_env(port, KEL_DIRECTORY_PAGE_SIZE="0"))
         cases.check("a setting not understood: 1610, named on standard error",
                     exited(code, 1610) and out == b"" and one_line_error(err, 1610, "KEL_DIRECTORY_PAGE_SIZE"),
+                    "%d %r" % (code, err))
+        code, out, err, _ = run_worker("/listmb", server_env(port), extra=["stopEventName=NOSUCHEVENT"])
+        cases.check("a stop event that does not exist: 2, named on standard error",
+                    exited(code, 2) and out == b"" and one_line_error(err, 2, "NOSUCHEVENT"),
                     "%d %r" % (code, err))
         code, out, err, _ = run_worker("/list", server_env(port))
         cases.check("a command line not understood: 87", exited(code, 87) and one_line_error(err, 87, "/list"),
