@@ -11,8 +11,9 @@ namespace Worker {
 
 // A key equal for two spellings of one DN: attribute types and values in
 // upper case, escapes resolved and written one way, spaces around separators
-// and a value's unescaped outer spaces dropped. Text that is not a DN gives
-// some key that matches no DN.
+// and a value's unescaped outer spaces dropped. Text without a single
+// type=value (an absent attribute read as "") gives the empty key, which no
+// entry's DN has.
 std::wstring NormalizeDn(const std::wstring& dn);
 
 // The value of the first RDN, unescaped: "EX01" of "CN=EX01,CN=Servers,...".
