@@ -34,6 +34,9 @@ namespace result = kel::result;
 // A call that takes longer than this is taken for a hang: the reproducer is
 // printed and the process ends, so the run fails without its summary.
 constexpr std::chrono::seconds kHangLimit{30};
+// How long a call of a method that waits by design (its seed runs
+// asynchronously) may wait before the agent is stopped to end it.
+constexpr std::chrono::milliseconds kReleaseAfter{100};
 
 // Answers of the reference plug-ins: bad argument or zone, busy, name taken,
 // not supported, not found, something threw, stopping; and the file errors
@@ -365,6 +368,21 @@ class Runner {
     return state;
   }
 
+  // The snapshot once two taken a little apart agree (or after a second):
+  // a call left running asynchronously may still be on its way to the
+  // plug-in.
+  static Json::Value Settled(Host& host, EnterpriseIntegration::IAgent& agent,
+                             const std::vector<Probe>& probes) {
+    Json::Value last = Snapshot(host, agent, probes);
+    for (int i = 0; i < 50; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      Json::Value next = Snapshot(host, agent, probes);
+      if (next == last) break;
+      last.swap(next);
+    }
+    return last;
+  }
+
   static std::string Describe(const std::vector<Probe>& probes, const Json::Value& before,
                               const Json::Value& after) {
     for (Json::ArrayIndex i = 0; i < before.size() && i < after.size(); ++i) {
@@ -421,7 +439,7 @@ class Runner {
     // no measure of what a call changed.
     std::vector<Probe> probes = ProbesOf(script, as);
     {
-      const Json::Value first = Snapshot(host, *agent, probes);
+      const Json::Value first = Settled(host, *agent, probes);
       const Json::Value second = Snapshot(host, *agent, probes);
       std::vector<Probe> stable;
       for (size_t i = 0; i < probes.size(); ++i) {
@@ -432,6 +450,7 @@ class Runner {
       probes.swap(stable);
     }
     const bool isGetter = IsGetter(Lower(method));
+    const bool waits = line.fuzzAfter;
     std::set<uint32_t> allowed = kModuleCodes;
     allowed.insert(kPluginCodes.begin(), kPluginCodes.end());
     for (uint32_t code : ForcedFailures(host)) allowed.insert(code);
@@ -451,12 +470,22 @@ class Runner {
       const auto callStarted = std::chrono::steady_clock::now();
       watchdog_.Arm(where);
       std::string fault;
-      try {
-        agent->RunPolicyMethod(&call);
-      } catch (...) {
-        fault = "an exception came out of the module";
-      }
+      // A method that waits by design (a run until its task ends) is let
+      // go the way the host would: the agent is stopped.
+      const bool released = RunReleased(*agent, call, waits, fault);
       watchdog_.Disarm();
+      if (released) {
+        agent->Start();
+        // The seed's own waiter went with the stop; another takes its place.
+        Json::Value again = command;
+        again["async"] = "kelfuzz." + std::to_string(++rewaits_);
+        again.removeMember("expect");
+        again.removeMember("expectHas");
+        host.session->Execute(again);
+        // A call the host ended is no refusal; the state is read anew once
+        // the new waiter is in place.
+        before = Settled(host, *agent, probes);
+      }
       const uint32_t code = call.GetResult();
       ++figures.calls;
       ++figures.results[code];
@@ -464,7 +493,7 @@ class Runner {
       if (fault.empty() && code != 0 && allowed.count(code) == 0) {
         fault = "result " + std::to_string(code) + " is neither the module's nor the plug-in's";
       }
-      if (fault.empty() && code != 0) {
+      if (fault.empty() && code != 0 && !released) {
         Json::Value after = Snapshot(host, *agent, probes);
         if (!(after == before)) {
           fault = "refused with " + std::to_string(code) + " yet " + Describe(probes, before, after);
@@ -504,8 +533,44 @@ class Runner {
     outcome_.methods.push_back(std::move(figures));
   }
 
+  // Runs the call; when `waits`, a call still running after kReleaseAfter
+  // is ended by stopping the agent (answered 1067). True when it was.
+  static bool RunReleased(EnterpriseIntegration::IAgent& agent, FuzzCall& call, bool waits,
+                          std::string& fault) {
+    std::mutex mutex;
+    std::condition_variable finished;
+    bool done = false;
+    bool released = false;
+    std::thread releaser;
+    if (waits) {
+      releaser = std::thread([&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        if (!finished.wait_for(lock, kReleaseAfter, [&] { return done; })) {
+          released = true;
+          lock.unlock();
+          agent.Stop();
+        }
+      });
+    }
+    try {
+      agent.RunPolicyMethod(&call);
+    } catch (...) {
+      fault = "an exception came out of the module";
+    }
+    if (waits) {
+      {
+        std::lock_guard<std::mutex> lock(mutex);
+        done = true;
+      }
+      finished.notify_all();
+      releaser.join();
+    }
+    return released;
+  }
+
   const CampaignOptions& options_;
   CampaignOutcome& outcome_;
+  size_t rewaits_ = 0;
   Watchdog watchdog_;
 };
 
