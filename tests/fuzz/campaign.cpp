@@ -299,24 +299,46 @@ class Runner {
   Runner(const CampaignOptions& options, CampaignOutcome& outcome)
       : options_(options), outcome_(outcome) {}
 
-  void RunScript(const Script& script) {
-    Host host(kelhost::MakeReferencePlugins());
-    std::string problem;
-    if (!host.module.Load(options_.module, problem)) {
-      outcome_.problems.push_back(script.name + ": " + problem);
-      return;
+  // Runs `script` in a fresh host up to the seed at `index`, calls the
+  // method there, and gives everything back: each method starts from the
+  // state its script built, whatever the methods before it let through.
+  void RunSeed(const Script& script, size_t index) {
+    const Line& line = script.lines[index];
+    const Json::Value& command = line.line.command;
+    const std::string agentClass = ClassOf(script, StringMember(command, "agent"));
+    const std::string method = StringMember(command, "method");
+    const Json::Value* seedInput = kelhost::FindMember(command, "input");
+    Mutator mutator(seedInput ? *seedInput : Json::Value(Json::objectValue),
+                    kel::WideFromUtf8(method), MethodSeed(options_.seed, agentClass, method));
+    MethodFigures figures{agentClass, method, script.name + ":" + std::to_string(line.line.number),
+                          0, 0, {}};
+    std::printf("  %s %s from %s\n", agentClass.c_str(), method.c_str(), figures.seedAt.c_str());
+    std::fflush(stdout);
+    const auto started = std::chrono::steady_clock::now();
+    // A call that let megabytes through is followed by a fresh host, so
+    // that the calls after it do not each read them back.
+    while (figures.calls < options_.callsPerMethod) {
+      Host host(kelhost::MakeReferencePlugins());
+      std::string problem;
+      if (!host.module.Load(options_.module, problem)) {
+        outcome_.problems.push_back(script.name + ": " + problem);
+        return;
+      }
+      host.session = std::make_unique<kelhost::Session>(kelhost::HostParts{
+          &host.manager, &host.components, &host.servMain, &host.plugins, host.module.create(),
+          host.module.destroy(), host.module.drainLines()});
+      for (size_t i = 0; i < index; ++i) {
+        if (script.lines[i].line.readable) host.session->Execute(script.lines[i].line.command);
+      }
+      if (line.fuzzAfter) host.session->Execute(command);
+      const bool fine = Fuzz(host, script, line, mutator, figures);
+      host.session->Shutdown();
+      Drain(host);
+      if (!fine) break;
     }
-    host.session = std::make_unique<kelhost::Session>(kelhost::HostParts{
-        &host.manager, &host.components, &host.servMain, &host.plugins, host.module.create(),
-        host.module.destroy(), host.module.drainLines()});
-    for (const Line& line : script.lines) {
-      if (!line.line.readable) continue;
-      if (line.fuzzBefore) Fuzz(host, script, line);
-      host.session->Execute(line.line.command);
-      if (line.fuzzAfter) Fuzz(host, script, line);
-    }
-    host.session->Shutdown();
-    Drain(host);
+    figures.seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    outcome_.methods.push_back(std::move(figures));
   }
 
  private:
@@ -361,8 +383,12 @@ class Runner {
       answer["output"].swap(output);
       state.append(answer);
     }
+    // Requests are only ever added to what a plug-in recorded: their count
+    // tells whether one came.
     Json::Value recorded(Json::arrayValue);
-    for (kelhost::ReferencePlugin* plugin : host.referencePlugins) recorded.append(plugin->Recorded());
+    for (kelhost::ReferencePlugin* plugin : host.referencePlugins) {
+      recorded.append(static_cast<Json::UInt64>(plugin->RecordedCount()));
+    }
     state.append(recorded);
     state.append(static_cast<Json::UInt64>(host.manager.ChangeNotifications().size()));
     return state;
@@ -372,12 +398,13 @@ class Runner {
   // a call left running asynchronously may still be on its way to the
   // plug-in.
   static Json::Value Settled(Host& host, EnterpriseIntegration::IAgent& agent,
-                             const std::vector<Probe>& probes) {
+                             const std::vector<Probe>& probes, bool* moved = nullptr) {
     Json::Value last = Snapshot(host, agent, probes);
     for (int i = 0; i < 50; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
       Json::Value next = Snapshot(host, agent, probes);
       if (next == last) break;
+      if (moved != nullptr) *moved = true;
       last.swap(next);
     }
     return last;
@@ -388,7 +415,7 @@ class Runner {
     for (Json::ArrayIndex i = 0; i < before.size() && i < after.size(); ++i) {
       if (before[i] == after[i]) continue;
       const std::string what = i < probes.size()            ? probes[i].method
-                               : i == probes.size()         ? "what the plug-ins recorded"
+                               : i == probes.size()         ? "the plug-ins' request counts"
                                                             : "the manager's change notifications";
       return what + " answered " + kelhost::CompactJson(after[i]).substr(0, 300) + " instead of " +
              kelhost::CompactJson(before[i]).substr(0, 300);
@@ -409,31 +436,34 @@ class Runner {
     return codes;
   }
 
-  void Fuzz(Host& host, const Script& script, const Line& line) {
-    const Json::Value& command = line.line.command;
-    const std::string as = StringMember(command, "agent");
-    const std::string method = StringMember(command, "method");
-    EnterpriseIntegration::IAgent* agent = host.session->AgentNamed(as);
+  static std::string ClassOf(const Script& script, const std::string& as) {
     std::string agentClass;
     for (const Line& l : script.lines) {
-      if (StringMember(l.line.command, "op") == "create" &&
-          (StringMember(l.line.command, "as") == as ||
-           (StringMember(l.line.command, "as").empty() && StringMember(l.line.command, "class") == as))) {
-        agentClass = StringMember(l.line.command, "class");
+      const Json::Value& c = l.line.command;
+      if (StringMember(c, "op") == "create" &&
+          (StringMember(c, "as") == as ||
+           (StringMember(c, "as").empty() && StringMember(c, "class") == as))) {
+        agentClass = StringMember(c, "class");
       }
     }
-    const std::string seedAt = script.name + ":" + std::to_string(line.line.number);
+    return agentClass;
+  }
+
+  // Calls the method until `figures` has its count, or until a call let a
+  // heavy input through (true: go on in a fresh host). False when the
+  // campaign cannot go on with this method.
+  bool Fuzz(Host& host, const Script& script, const Line& line, Mutator& mutator,
+            MethodFigures& figures) {
+    const Json::Value& command = line.line.command;
+    const std::string as = StringMember(command, "agent");
+    const std::string& agentClass = figures.agentClass;
+    const std::string& method = figures.method;
+    const std::string& seedAt = figures.seedAt;
+    EnterpriseIntegration::IAgent* agent = host.session->AgentNamed(as);
     if (agent == nullptr) {
       outcome_.problems.push_back(seedAt + ": no agent " + as);
-      return;
+      return false;
     }
-    const auto started = std::chrono::steady_clock::now();
-    MethodFigures figures{agentClass, method, seedAt, 0, 0, {}};
-    std::printf("  %s %s from %s\n", agentClass.c_str(), method.c_str(), seedAt.c_str());
-    std::fflush(stdout);
-    const Json::Value* seedInput = kelhost::FindMember(command, "input");
-    Mutator mutator(seedInput ? *seedInput : Json::Value(Json::objectValue), kel::WideFromUtf8(method),
-                    MethodSeed(options_.seed, agentClass, method));
 
     // Getters whose answers move by themselves (times, running counts) are
     // no measure of what a call changed.
@@ -449,14 +479,27 @@ class Runner {
       }
       probes.swap(stable);
     }
+    if (options_.verbose) {
+      for (const Probe& probe : probes) {
+        const auto t0 = std::chrono::steady_clock::now();
+        Snapshot(host, *agent, {probe});
+        std::printf("    probe %s: %.2f ms\n", probe.method.c_str(),
+                    std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0)
+                        .count());
+      }
+    }
     const bool isGetter = IsGetter(Lower(method));
     const bool waits = line.fuzzAfter;
+    bool settleAlways = false;
+    size_t accepted = 0;
     std::set<uint32_t> allowed = kModuleCodes;
     allowed.insert(kPluginCodes.begin(), kPluginCodes.end());
     for (uint32_t code : ForcedFailures(host)) allowed.insert(code);
     Json::Value before = Snapshot(host, *agent, probes);
 
-    for (size_t n = 0; n < options_.callsPerMethod; ++n) {
+    while (figures.calls < options_.callsPerMethod) {
+      const size_t n = figures.calls;
+      const auto iterationStarted = std::chrono::steady_clock::now();
       Mutant mutant = mutator.Next();
       Json::Value output;
       FuzzCall call(mutant, mutant.input, output);
@@ -501,17 +544,18 @@ class Runner {
         }
       } else if (code == 0 && !isGetter) {
         if (mutant.heavy) {
-          // Taken whole (the formats bound few lists): the seed's own call
-          // puts the plug-in back, so that the next calls do not each read
-          // megabytes back through the getters.
-          Mutant again;
-          again.method = mutator.Method();
-          Json::Value input = mutator.Seed();
-          Json::Value ignored;
-          FuzzCall restore(again, input, ignored);
-          agent->RunPolicyMethod(&restore);
+          Dismantle(mutant.input);
+          Dismantle(output);
+          return true;
         }
-        before = Snapshot(host, *agent, probes);
+        // A method whose effect goes on after it returns (a run on the
+        // plug-in's thread) is waited for after each call it is let through;
+        // the first few calls let through tell.
+        if (settleAlways || accepted++ < 3) {
+          before = Settled(host, *agent, probes, &settleAlways);
+        } else {
+          before = Snapshot(host, *agent, probes);
+        }
       }
       if (options_.verbose) {
         std::printf(" => %u, %.1f ms\n", code,
@@ -526,11 +570,13 @@ class Runner {
       Dismantle(mutant.input);
       Dismantle(output);
       if (n % 64 == 63) Drain(host);
+      if (options_.verbose) {
+        std::printf("      (%.1f ms in all)\n", std::chrono::duration<double, std::milli>(
+                                                     std::chrono::steady_clock::now() - iterationStarted)
+                                                     .count());
+      }
     }
-    Drain(host);
-    figures.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-    outcome_.methods.push_back(std::move(figures));
+    return true;
   }
 
   // Runs the call; when `waits`, a call still running after kReleaseAfter
@@ -591,9 +637,9 @@ CampaignOutcome RunCampaign(const CampaignOptions& options) {
   const std::vector<Script> scripts = ReadScripts(options, outcome.problems);
   Runner runner(options, outcome);
   for (const Script& script : scripts) {
-    const bool seeds = std::any_of(script.lines.begin(), script.lines.end(),
-                                   [](const Line& l) { return l.fuzzBefore || l.fuzzAfter; });
-    if (seeds) runner.RunScript(script);
+    for (size_t i = 0; i < script.lines.size(); ++i) {
+      if (script.lines[i].fuzzBefore || script.lines[i].fuzzAfter) runner.RunSeed(script, i);
+    }
   }
   return outcome;
 }

@@ -18,7 +18,7 @@ namespace {
 
 // Fixed for `make test`, so that a failure there is a failure every time.
 constexpr uint64_t kDefaultSeed = 20261124;
-constexpr size_t kDefaultCalls = 1000;
+constexpr size_t kDefaultCalls = 250;
 
 std::string Env(const char* name) {
   const char* value = std::getenv(name);
