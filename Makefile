@@ -37,7 +37,7 @@ test-clang: setup $(CLANG_BUILD_DIR)/build.ninja
 KEL_FUZZ_CALLS ?= 10000
 KEL_FUZZ_SEED ?= time
 fuzz: build
-	KEL_FUZZ_CALLS=$(KEL_FUZZ_CALLS) KEL_FUZZ_SEED=$(KEL_FUZZ_SEED) KEL_FUZZ_ONLY=$(KEL_FUZZ_ONLY) \
+	KEL_FUZZ_CALLS=$(KEL_FUZZ_CALLS) KEL_FUZZ_SEED=$(KEL_FUZZ_SEED) KEL_FUZZ_ONLY='$(KEL_FUZZ_ONLY)' \
 	  $(WINE) /usr/lib/wine/wine64 $(BUILD_DIR)/bin/test_fuzz.exe --gtest_filter='BadInputCampaign.*' \
 	  | tee $(BUILD_DIR)/fuzz.log; \
 	  grep -q '^\[  PASSED  \] 1 test\.' $(BUILD_DIR)/fuzz.log
