@@ -50,6 +50,13 @@ CampaignOptions OptionsFromEnvironment() {
 
 TEST(BadInputCampaign, EveryMethodOfEveryAgentRefusesBadInputAndKeepsItsState) {
   const CampaignOptions options = OptionsFromEnvironment();
+  // Saving quarantine items writes files wherever a mutated path points;
+  // relative ones land in a scratch folder beside the program, not in
+  // whatever folder the run started from.
+  const std::wstring module = options.module;
+  const std::wstring scratch = module.substr(0, module.find_last_of(L"\\/") + 1) + L"fuzz-scratch";
+  ::CreateDirectoryW(scratch.c_str(), nullptr);
+  ASSERT_TRUE(::SetCurrentDirectoryW(scratch.c_str()));
   std::printf("kelfuzz seed %llu (replay with KEL_FUZZ_SEED=%llu), %zu calls per method\n",
               static_cast<unsigned long long>(options.seed),
               static_cast<unsigned long long>(options.seed), options.callsPerMethod);
