@@ -21,9 +21,19 @@ TEST(JsonMutatorTest, TheSweepRemovesEveryKeyAndGivesEveryPathEachOtherType) {
     Mutant m = mutator.Next();
     for (const Path& path : PathsOf(seed)) {
       const Json::Value* v = Resolve(m.input, path);
-      if (v == nullptr) {
-        removed.insert(PathText(path));
-      } else {
+      if (!path.empty()) {
+        // Exactly the seed without that one member or element.
+        Json::Value expected = seed;
+        Json::Value* parent = Resolve(expected, Path(path.begin(), path.end() - 1));
+        Json::Value gone;
+        if (path.back().isIndex) {
+          parent->removeIndex(path.back().index, &gone);
+        } else {
+          parent->removeMember(path.back().key);
+        }
+        if (m.input == expected) removed.insert(PathText(path));
+      }
+      if (v != nullptr) {
         retyped.insert({PathText(path), v->type()});
       }
     }
