@@ -6,7 +6,7 @@ WINE = scripts/with-wine.sh
 
 CLANG_BUILD_DIR ?= build/clang
 
-.PHONY: all setup configure build test test-clang bench demo format clean
+.PHONY: all setup configure build test test-clang fuzz bench demo format clean
 
 all: build
 
@@ -31,6 +31,16 @@ $(CLANG_BUILD_DIR)/build.ninja: | setup
 test-clang: setup $(CLANG_BUILD_DIR)/build.ninja
 	cmake --build $(CLANG_BUILD_DIR)
 	$(WINE) ctest --test-dir $(CLANG_BUILD_DIR) --output-on-failure -j2
+
+# The bad-input campaign at length: KEL_FUZZ_CALLS per method, a seed from the
+# clock unless KEL_FUZZ_SEED names one to replay; KEL_FUZZ_ONLY narrows it.
+KEL_FUZZ_CALLS ?= 10000
+KEL_FUZZ_SEED ?= time
+fuzz: build
+	KEL_FUZZ_CALLS=$(KEL_FUZZ_CALLS) KEL_FUZZ_SEED=$(KEL_FUZZ_SEED) KEL_FUZZ_ONLY='$(KEL_FUZZ_ONLY)' \
+	  $(WINE) /usr/lib/wine/wine64 $(BUILD_DIR)/bin/test_fuzz.exe --gtest_filter='BadInputCampaign.*' \
+	  | tee $(BUILD_DIR)/fuzz.log; \
+	  grep -q '^\[  PASSED  \] 1 test\.' $(BUILD_DIR)/fuzz.log
 
 bench: build
 	$(WINE) scripts/run-benchmarks.sh $(BUILD_DIR)

@@ -188,6 +188,16 @@ EnterpriseIntegration::IAgent* Session::AgentOf(const Json::Value& command) {
   return instance.agent;
 }
 
+EnterpriseIntegration::IAgent* Session::AgentNamed(const std::string& as) noexcept {
+  try {
+    Json::Value command(Json::objectValue);
+    command["agent"] = as;
+    return AgentOf(command);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
 void Session::Create(const Json::Value& command, Json::Value& reply) {
   const std::string className = RequiredString(command, "class");
   const std::string as = OptionalString(command, "as", className);

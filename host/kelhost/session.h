@@ -62,6 +62,10 @@ class Session {
   // waited for.
   void Shutdown() noexcept;
 
+  // The agent interface of the live object named `as`, or null; for a test
+  // that calls the agent itself between commands.
+  EnterpriseIntegration::IAgent* AgentNamed(const std::string& as) noexcept;
+
  private:
   struct Instance {
     std::wstring className;

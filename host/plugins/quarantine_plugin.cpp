@@ -362,6 +362,10 @@ class ReleaseEmailPlugin final : public ReferencePlugin, public IReleaseEmail {
     std::lock_guard<std::mutex> lock(mutex_);
     return requests_;
   }
+  size_t RecordedCount() const override {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requests_.size();
+  }
 
   uint32_t ReleaseEmails(const kel::List<kel::StringW>& ids,
                          const quarantine::ReleaseSettings& settings,

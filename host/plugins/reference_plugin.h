@@ -71,6 +71,8 @@ class ReferencePlugin {
   // What the plug-in recorded of the requests it served, for the `plugin`
   // reply's "requests"; null when it records nothing.
   virtual Json::Value Recorded() const { return Json::Value(); }
+  // How many requests Recorded() holds, without copying them.
+  virtual size_t RecordedCount() const { return 0; }
 
   // While non-zero, every operation of the plug-in answers this code and does
   // nothing else.
