@@ -4,6 +4,10 @@
 
 namespace EnterpriseIntegration {
 
+// "$" also matches before a final line feed in some validators' regular
+// expressions; nothing after the match at all is this.
+const char kEndOfText[] = "(?![\\s\\S])";
+
 Json::Value TypeSchema(const char* type) {
   Json::Value schema(Json::objectValue);
   schema["type"] = type;
@@ -116,8 +120,14 @@ void PrimitiveSchema<StringCodec>::Write(const StringCodec&, SchemaDirection dir
 
 void PrimitiveSchema<IPv4Codec>::Write(const IPv4Codec&, SchemaDirection, Json::Value& out) {
   out = TypeSchema("string");
-  out["pattern"] = "^[0-9]{1,3}(\\.[0-9]{1,3}){3}(/[0-9]{1,2})?$";
-  AddDescription(out, "Dotted decimal, with an optional \"/prefix\".");
+  // Each number is read as the C library's conversion reads it: blanks and a
+  // sign before it and anything but a dot after its digits pass, if its value
+  // is below 256 ("-0" is 0). The prefix is 1 to 32 in one or two digits.
+  constexpr char kOctet[] =
+      "\\s*(\\+?0*(25[0-5]|2[0-4][0-9]|1[0-9]{2}|[1-9]?[0-9])|-0+)([^./0-9][^./]*)?";
+  out["pattern"] = std::string("^") + kOctet + "(\\." + kOctet + "){3}(/(3[0-2]|[12][0-9]|0?[1-9]))?" +
+                   kEndOfText;
+  AddDescription(out, "Dotted decimal, each number up to 255, with an optional \"/prefix\".");
 }
 
 Json::Value ObjectSchema(SchemaDirection direction) {
@@ -165,12 +175,41 @@ Json::Value& PropertyAt(Json::Value& object, std::string_view key, bool required
   return *at;
 }
 
+namespace {
+
+bool IsObjectSchema(const Json::Value& schema) {
+  return schema.isObject() && schema.isMember("properties") && schema["type"] == "object";
+}
+
+}  // namespace
+
 void MergeProperty(Json::Value& slot, Json::Value value) {
   if (slot.isNull()) {
     slot = std::move(value);
     return;
   }
-  slot = EitherSchema(std::move(slot), std::move(value));
+  if (!IsObjectSchema(slot) || !IsObjectSchema(value)) {
+    slot = EitherSchema(std::move(slot), std::move(value));
+    return;
+  }
+  // One object reached by two fields (a key path into a nested structure's
+  // key): its keys are both fields' keys.
+  Json::Value& properties = value["properties"];
+  for (const std::string& name : properties.getMemberNames())
+    MergeProperty(slot["properties"][name], std::move(properties[name]));
+  for (const Json::Value& name : value["required"]) Require(slot, name.asString());
+  if (value.isMember("description")) AddDescription(slot, value["description"].asString());
+}
+
+void AddConditionalKey(Json::Value& object, Json::Value condition, std::string_view key,
+                       bool required, const Json::Value& value) {
+  Json::Value rule(Json::objectValue);
+  rule["if"] = std::move(condition);
+  Json::Value& then = rule["then"] = Json::Value(Json::objectValue);
+  then["properties"] = Json::Value(Json::objectValue);
+  // Open objects along a path: the rule adds to the object, it does not close it.
+  MergeProperty(PropertyAt(then, key, required, SchemaDirection::kInput), value);
+  object["allOf"].append(std::move(rule));
 }
 
 void NoteCheck(Json::Value& object) {

@@ -65,6 +65,9 @@ Json::Value EnumSchema(const NameTableView& table);
 Json::Value FlagsSchema(const NameTableView& table, SchemaDirection direction);
 // A GUID text: the canonical form on output; on input what the parser takes.
 Json::Value GuidSchema(SchemaDirection direction);
+// Ends a "pattern" at the very end of the text (a "$" would let a final line
+// feed through in some validators).
+extern const char kEndOfText[];
 // Adds `text` to the schema's "description" (a sentence after any already there).
 void AddDescription(Json::Value& schema, std::string_view text);
 // {"anyOf": [a, b]}, or a when both are the same.
@@ -197,18 +200,73 @@ struct IsField : std::false_type {};
 template <Presence P, class S, class M, class Codec, class Fallback, class When>
 struct IsField<Field<P, S, M, Codec, Fallback, When>> : std::true_type {};
 
-template <Presence P, class S, class M, class Codec, class Fallback, class When>
+// An unconditional key named by an enumeration table.
+template <class T>
+struct IsEnumField : std::false_type {};
+template <Presence P, class S, class M, class E, class Fallback>
+struct IsEnumField<Field<P, S, M, EnumCodec<E>, Fallback, Always>> : std::true_type {
+  using Member = M;
+  static constexpr Presence kPresence = P;
+};
+
+// A condition (When) that follows from one enumeration key of the same
+// structure is stated as the names of that key for which it holds: each name
+// is tried on a fresh structure. The first unconditional enumeration key
+// whose names split the condition is taken; none (a condition on something
+// else) leaves the condition unstated: null.
+template <class S, class When, class F>
+void TrySelector(const When& when, const F& selector, SchemaDirection direction,
+                 Json::Value& condition) {
+  if constexpr (IsField<F>::value) {
+    if constexpr (IsEnumField<F>::value && std::is_default_constructible_v<S>) {
+      using Selector = typename IsEnumField<F>::Member;
+      const bool input = direction == SchemaDirection::kInput;
+      // On input only a required key says what the structure will hold: an
+      // absent optional one leaves a value the condition was not tried on.
+      if (!condition.isNull() || !selector.plain || (input ? !selector.loads : !selector.saves) ||
+          (input && IsEnumField<F>::kPresence != Presence::kRequired))
+        return;
+      const NameTableView& table = selector.codec.table;
+      Json::Value names(Json::arrayValue);
+      for (size_t i = 0; i < table.count; ++i) {
+        S trial{};
+        trial.*(selector.member) = static_cast<Selector>(table.rows[i].code);
+        if (when(static_cast<const S&>(trial))) {
+          names.append(Json::Value(table.rows[i].name.data(),
+                                   table.rows[i].name.data() + table.rows[i].name.size()));
+        }
+      }
+      if (names.empty() || names.size() == table.count) return;
+      const std::string key(selector.key);
+      condition = Json::Value(Json::objectValue);
+      condition["properties"][key]["enum"] = std::move(names);
+      condition["required"].append(key);
+    }
+  }
+}
+
+template <class S, class When, class Fields>
+Json::Value ConditionOf(const When& when, const Fields& fields, SchemaDirection direction) {
+  Json::Value condition;
+  std::apply(
+      [&](const auto&... selector) { (TrySelector<S>(when, selector, direction, condition), ...); },
+      fields);
+  return condition;
+}
+
+// An "if"/"then" rule: with the condition met, the key is as described (and
+// required when `required`).
+void AddConditionalKey(Json::Value& object, Json::Value condition, std::string_view key,
+                       bool required, const Json::Value& value);
+
+template <Presence P, class S, class M, class Codec, class Fallback, class When, class Fields>
 void DescribeNamedField(const Field<P, S, M, Codec, Fallback, When>& field,
-                        SchemaDirection direction, Json::Value& object) {
+                        SchemaDirection direction, Json::Value& object, const Fields& fields) {
   const bool input = direction == SchemaDirection::kInput;
   if (input ? !field.loads : !field.saves) return;
   constexpr bool kAlways = std::is_same_v<When, Always>;
-  bool required;
-  if (input) {
-    required = P == Presence::kRequired && kAlways;
-  } else {
-    required = kAlways && AlwaysSaves<Codec>::value;
-  }
+  // Whether the key is there whenever its condition holds.
+  const bool present = input ? P == Presence::kRequired : AlwaysSaves<Codec>::value;
   Json::Value value;
   DescribeCodec(field.codec, direction, value);
   if constexpr (IsDefault<Fallback>::value) {
@@ -225,16 +283,22 @@ void DescribeNamedField(const Field<P, S, M, Codec, Fallback, When>& field,
     value = EitherSchema(std::move(value), std::move(ignored));
   }
   if constexpr (!kAlways) {
-    AddDescription(value, "Present only when other keys' values call for it.");
+    Json::Value condition = ConditionOf<S>(field.when, fields, direction);
+    if (condition.isNull()) {
+      AddDescription(value, "Present only when other keys' values call for it.");
+    } else {
+      AddConditionalKey(object, std::move(condition), field.key, present, value);
+      AddDescription(value, "Present only for some values of another key (see allOf).");
+    }
   }
-  MergeProperty(PropertyAt(object, field.key, required, direction), std::move(value));
+  MergeProperty(PropertyAt(object, field.key, kAlways && present, direction), std::move(value));
 }
 
 // A named field, or a nested structure whose keys stand in the same object.
 template <class S, class F>
 void DescribeField(const F& field, SchemaDirection direction, Json::Value& object) {
   if constexpr (IsField<F>::value) {
-    DescribeNamedField(field, direction, object);
+    DescribeNamedField(field, direction, object, JsonSchema<S>::kFields);
   } else {
     using M = std::remove_cv_t<std::remove_reference_t<decltype(field.Of(std::declval<S&>()))>>;
     DescribeMembers<M>(direction, object);
@@ -248,7 +312,9 @@ void DescribeMembers(SchemaDirection direction, Json::Value& object) {
         (DescribeField<S>(field, direction, object), ...);
       },
       JsonSchema<S>::kFields);
-  if (&JsonSchema<S>::Check != &JsonSchemaBase<S>::Check) NoteCheck(object);
+  // A cross-field rule only refuses: what is saved is whatever the structure holds.
+  if (direction == SchemaDirection::kInput && &JsonSchema<S>::Check != &JsonSchemaBase<S>::Check)
+    NoteCheck(object);
 }
 
 template <class T>

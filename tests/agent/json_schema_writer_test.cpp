@@ -32,6 +32,9 @@ struct Item {
   kel::Guid id;
   int32_t weight = 0;
 };
+struct Depth {
+  uint32_t depth = 0;
+};
 struct Sample : Base {
   uint8_t on = 0;
   uint32_t u32 = 0;
@@ -45,10 +48,17 @@ struct Sample : Base {
   kel::List<Mode> modes;
   kel::StringW note;
   kel::StringW nested;
+  Depth outer;
   uint32_t echo = 0;
   uint32_t hint = 0;
   kel::StringW either;
   uint32_t eitherNumber = 0;
+};
+// An action whose argument depends on which action it is.
+struct Action {
+  Mode mode = Mode::kOff;
+  kel::StringW target;
+  uint32_t level = 0;
 };
 
 }  // namespace schema_sample
@@ -63,6 +73,12 @@ struct JsonSchema<schema_sample::Item> : JsonSchemaBase<schema_sample::Item> {
       Required("id",     &S::id),
       Optional("weight", &S::weight, Default(int32_t{5})));
   static bool Check(const S& s) { return s.weight >= 0; }
+};
+
+template <>
+struct JsonSchema<schema_sample::Depth> : JsonSchemaBase<schema_sample::Depth> {
+  using S = schema_sample::Depth;
+  static constexpr auto kFields = Fields(Optional("depth", &S::depth));
 };
 
 template <>
@@ -88,11 +104,21 @@ struct JsonSchema<schema_sample::Sample> : JsonSchemaBase<schema_sample::Sample>
       Optional(  "modes",           &S::modes,        schema_sample::kModeNames),
       BestEffort("note",            &S::note),
       Required(  "outer/inner",     &S::nested),
+      Optional(  "outer",           &S::outer),
       Required(  "echo",            &S::echo,         kLoadOnly),
       Optional(  "echo",            &S::echo,         kSaveOnly, Default(uint32_t{0})),
       Required(  "hint",            &S::hint,         When([](const S& s) { return s.on != 0; })),
       Optional(  "either",          &S::either,       When([](const S& s) { return s.on != 0; })),
       Optional(  "either",          &S::eitherNumber, When([](const S& s) { return s.on == 0; })));
+};
+
+template <>
+struct JsonSchema<schema_sample::Action> : JsonSchemaBase<schema_sample::Action> {
+  using S = schema_sample::Action;
+  static constexpr auto kFields = Fields(
+      Required("mode",   &S::mode,   schema_sample::kModeNames),
+      Required("target", &S::target, When([](const S& s) { return s.mode != schema_sample::Mode::kOff; })),
+      Optional("level",  &S::level,  When([](const S& s) { return s.mode == schema_sample::Mode::kAuto; })));
 };
 // clang-format on
 
@@ -181,9 +207,13 @@ const Case kCases[] = {
     {"best effort: any value is taken", kIn, "properties/note",
      R"({"anyOf":[{"type":["string","integer"],"description":"An integer reads as its decimal text."},
                   {"description":"Any other value is ignored."}]})"},
-    {"a key path is an object of its own, required with its key", kIn, "properties/outer",
-     R"({"type":"object","properties":{"inner":{"type":["string","integer"],
-         "description":"An integer reads as its decimal text."}},"required":["inner"]})"},
+    {"a key path is an object of its own, required with its key", kIn, "properties/outer/required",
+     R"(["inner"])"},
+    {"a key path and a structure at the same key make one object", kOut, "properties/outer",
+     R"({"type":"object","additionalProperties":false,
+         "properties":{"inner":{"type":"string"},
+                       "depth":{"type":"integer","minimum":0,"maximum":4294967295}},
+         "required":["inner","depth"]})"},
     {"a load-only key is read as declared", kIn, "properties/echo/type", R"("integer")"},
     {"its save-only twin has no default on output", kOut, "properties/echo/default", "null"},
     {"a conditional key is never required, and says why", kIn, "properties/hint/description",
@@ -204,6 +234,36 @@ TEST(JsonSchemaWriter, EveryKindOfFieldInBothDirections) {
   }
   EXPECT_EQ(in["$schema"].asString(), "https://json-schema.org/draft/2020-12/schema");
   EXPECT_EQ(in["type"].asString(), "object");
+}
+
+// A condition on an enumeration key becomes "if" that key is one of the names
+// for which the condition holds, "then" the key (required if it must be there).
+TEST(JsonSchemaWriter, AConditionOnAnEnumerationIsStatedByItsNames) {
+  const struct {
+    SchemaDirection direction;
+    const char* required;  // an enumeration may have no name to write: never required out
+    const char* allOf;
+  } cases[] = {
+      {kIn, R"(["mode"])", R"([{"if":{"properties":{"mode":{"enum":["on","auto"]}},"required":["mode"]},
+                "then":{"properties":{"target":{"type":["string","integer"],
+                        "description":"An integer reads as its decimal text."}},
+                        "required":["target"]}},
+               {"if":{"properties":{"mode":{"enum":["auto"]}},"required":["mode"]},
+                "then":{"properties":{"level":{"type":"integer","minimum":-2147483648,
+                        "maximum":4294967295,
+                        "description":"A negative number stands for its two's complement bit pattern."}}}}])"},
+      // Saved whenever the condition holds, so required then.
+      {kOut, "null", R"([{"if":{"properties":{"mode":{"enum":["on","auto"]}},"required":["mode"]},
+                 "then":{"properties":{"target":{"type":"string"}},"required":["target"]}},
+                {"if":{"properties":{"mode":{"enum":["auto"]}},"required":["mode"]},
+                 "then":{"properties":{"level":{"type":"integer","minimum":0,
+                         "maximum":4294967295}},"required":["level"]}}])"},
+  };
+  for (const auto& c : cases) {
+    const Json::Value schema = SchemaOf<schema_sample::Action>(c.direction);
+    EXPECT_EQ(Compact(schema["allOf"]), Canonical(c.allOf));
+    EXPECT_EQ(Compact(schema["required"]), Canonical(c.required));
+  }
 }
 
 TEST(JsonSchemaWriter, APrimitiveStandsAlone) {

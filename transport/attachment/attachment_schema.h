@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "sdk/mailservers/attachment.h"
 #include "transport/rule_schema.h"
@@ -101,6 +102,18 @@ struct SecondaryDataCodec : JsonCodec {
       return DefaultCodecOf<kel::nusdk::MailServers::NotifyData>().Load(at, out.notify);
     } else {
       return DefaultCodecOf<kel::List<kel::StringW>>().Load(at, out.recipients);
+    }
+  }
+
+  void Describe(SchemaDirection direction, Json::Value& out) const {
+    if constexpr (Kind == attachment::SecondaryAction::kText) {
+      DescribeCodec(DefaultCodecOf<kel::StringW>(), direction, out);
+    } else if constexpr (Kind == attachment::SecondaryAction::kForwardAddress) {
+      DescribeCodec(DefaultCodecOf<ForwardAddress>(), direction, out);
+    } else if constexpr (Kind == attachment::SecondaryAction::kNotification) {
+      DescribeCodec(DefaultCodecOf<kel::nusdk::MailServers::NotifyData>(), direction, out);
+    } else {
+      DescribeCodec(DefaultCodecOf<kel::List<kel::StringW>>(), direction, out);
     }
   }
 
