@@ -83,6 +83,29 @@ struct ReplayRequest {
   kel::StringW context;
 };
 
+// Answers and event bodies that are not items (items: item_writer.h).
+struct FolderAnswer : ZoneRequest {  // "GetFolder"
+  kel::StringW folder;
+};
+struct PurgeAnswer : ZoneRequest {  // "GetPurgeSettings"
+  q::PurgeSettings settings;
+};
+struct IdPage {  // "GetItemIds"
+  uint64_t totalCount = 0;
+  kel::List<kel::StringW> ids;
+};
+struct FolderChange : ZoneRequest {  // folder changed
+  kel::StringW newLocation;
+  uint8_t migratedOldContent = 0;
+};
+struct DeletedItems : ZoneRequest {  // deleted
+  kel::List<q::IQuarantine::INotifications::DeletedItem> items;
+};
+struct Outcome {  // release and replay finished
+  kel::StringW context;
+  kel::List<q::IQuarantine::RestoredItem> items;
+};
+
 inline bool IdsWithinLimit(const kel::List<kel::StringW>& ids) {
   return ids.Count() <= kMaxIdsPerCall;
 }
@@ -257,6 +280,55 @@ struct JsonSchema<kel::nusdk::MailServers::Quarantine::IQuarantine::INotificatio
   static constexpr auto kFields = Fields(
       Required("id",      &S::id),
       Required("context", &S::context));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::FolderAnswer> : JsonSchemaBase<QuarantineAgent::FolderAnswer> {
+  using S = QuarantineAgent::FolderAnswer;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Required("folder", &S::folder));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::PurgeAnswer> : JsonSchemaBase<QuarantineAgent::PurgeAnswer> {
+  using S = QuarantineAgent::PurgeAnswer;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Inline(&S::settings));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::IdPage> : JsonSchemaBase<QuarantineAgent::IdPage> {
+  using S = QuarantineAgent::IdPage;
+  static constexpr auto kFields = Fields(
+      Required("totalCount", &S::totalCount),
+      Required("ids",        &S::ids));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::FolderChange> : JsonSchemaBase<QuarantineAgent::FolderChange> {
+  using S = QuarantineAgent::FolderChange;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Required("newLocation",        &S::newLocation),
+      Required("migratedOldContent", &S::migratedOldContent));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::DeletedItems> : JsonSchemaBase<QuarantineAgent::DeletedItems> {
+  using S = QuarantineAgent::DeletedItems;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Required("items", &S::items));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::Outcome> : JsonSchemaBase<QuarantineAgent::Outcome> {
+  using S = QuarantineAgent::Outcome;
+  static constexpr auto kFields = Fields(
+      Required("context", &S::context),
+      Required("items",   &S::items));
 };
 // clang-format on
 
