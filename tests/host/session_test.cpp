@@ -86,7 +86,8 @@ class SessionTest : public ::testing::Test {
   ComponentManager components{manager, plugins};
   ServMain servMain{&components};
   Session session{
-      HostParts{&manager, &components, &servMain, &plugins, &FakeCreate, &FakeDestroy, nullptr}};
+      HostParts{&manager, &components, &servMain, &plugins, &FakeCreate, &FakeDestroy, nullptr,
+                nullptr}};
 };
 
 TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
