@@ -13,10 +13,12 @@
 //            ignored);
 //   kOutput  what a save writes: only keys that save, every key required that
 //            is always written, nothing else in the object.
-// What a schema cannot say is said in "description": a key that exists only
-// when other keys have certain values (When), and a structure's cross-field
-// Check. One difference is known and left: a validator takes 1.0 for an
-// integer, which a load refuses.
+// A key that exists only when an enumeration key before it has certain
+// values (When) is stated as "if" that key is one of those names "then" this
+// key, under "allOf"; the names are found by trying the condition on each.
+// What a schema cannot say is said in "description": a condition on anything
+// else, and a structure's cross-field Check. One difference is known and
+// left: a validator takes 1.0 for an integer, which a load refuses.
 //
 // The primitives' codecs are described here. A codec of one's own describes
 // itself with a member

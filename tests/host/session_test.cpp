@@ -121,6 +121,7 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
            "data":{"colour":"red"}})",
        "bad data"},
       {R"({"op":"log"})", "no log library"},
+      {R"({"op":"describe"})", "no describe"},
       {R"({"op":"log","agent":"x"})", "unknown field"},
       {R"({"op":"events","expectHAs":{}})", "unknown field"},
   };
