@@ -259,6 +259,8 @@ struct JsonSchema<kel::nusdk::MailServers::Groups::GroupSettings>
       Optional(groups::keys::kDn,          &S::directoryDn, groups::DnCodec(), Default(), kLoadOnly),
       Required(groups::keys::kDn,          &S::directoryDn, kSaveOnly, When(groups::rules::IsDirectory())));
   // A directory group names its directory group; a local one names none.
+  static constexpr char kCheckRule[] =
+      "a \"directory\" group has a non-empty \"dn\", a \"local\" one none.";
   static bool Check(const S& s) {
     return (s.kind == kel::nusdk::MailServers::Groups::kGroupDirectory) != s.directoryDn.IsEmpty();
   }
@@ -357,6 +359,7 @@ struct JsonSchema<groups::NewGroup> : JsonSchemaBase<groups::NewGroup> {
       Inline(&S::settings),
       Optional(groups::keys::kMembers, &S::members, groups::MembersCodec(), Default()));
   // A directory group's members come from synchronisation only.
+  static constexpr char kCheckRule[] = "only a \"local\" group has \"members\".";
   static bool Check(const S& s) {
     return s.members.Count() == 0 ||
            s.settings.kind == kel::nusdk::MailServers::Groups::kGroupLocal;

@@ -138,6 +138,7 @@ struct JsonSchema<QuarantineAgent::DeleteRequest> : JsonSchemaBase<QuarantineAge
       InlineBase<QuarantineAgent::ZoneRequest>(),
       Required("ids",     &S::ids),
       Required("context", &S::context));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -161,6 +162,7 @@ struct JsonSchema<QuarantineAgent::SaveToFolderRequest>
       Required("ids",    &S::ids),
       Required("folder", &S::folder),
       Required("delete", &S::deleteAfterSave));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -179,6 +181,8 @@ struct JsonSchema<QuarantineAgent::PageRequest> : JsonSchemaBase<QuarantineAgent
       InlineBase<QuarantineAgent::ZoneRequest>(),
       Required("from",  &S::from),
       Required("count", &S::count));
+  static constexpr char kCheckRule[] =
+      "\"from\" and \"count\" are not negative, and \"count\" is at most 10000.";
   static bool Check(const S& s) {
     return s.from >= 0 && s.count >= 0 && s.count <= QuarantineAgent::kMaxPageSize;
   }
@@ -190,6 +194,7 @@ struct JsonSchema<QuarantineAgent::IdsRequest> : JsonSchemaBase<QuarantineAgent:
   static constexpr auto kFields = Fields(
       InlineBase<QuarantineAgent::ZoneRequest>(),
       Required("ids", &S::ids));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -228,6 +233,7 @@ struct JsonSchema<QuarantineAgent::ReleaseRequest>
       Optional("email",         &S::email),
       Required("ids",           &S::ids),
       Required("context",       &S::context));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -239,6 +245,7 @@ struct JsonSchema<QuarantineAgent::ReplayRequest> : JsonSchemaBase<QuarantineAge
       Required("deleteFromQuarantine", &S::deleteFromQuarantine),
       Optional("exclusionKeys",        &S::exclusionKeys),
       Required("context",              &S::context));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 

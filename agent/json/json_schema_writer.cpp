@@ -212,7 +212,11 @@ void AddConditionalKey(Json::Value& object, Json::Value condition, std::string_v
   object["allOf"].append(std::move(rule));
 }
 
-void NoteCheck(Json::Value& object) {
+void NoteCheck(Json::Value& object, const char* rule) {
+  if (rule != nullptr) {
+    AddDescription(object, std::string("The module also checks, beyond this schema: ") + rule);
+    return;
+  }
   AddDescription(object, "The module also checks rules across these keys that this schema does "
                          "not state; an input valid here may still be refused.");
 }

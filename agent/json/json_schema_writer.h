@@ -191,8 +191,20 @@ Json::Value& PropertyAt(Json::Value& object, std::string_view key, bool required
 // of the same key (under another condition) put there.
 void MergeProperty(Json::Value& slot, Json::Value value);
 
-// Appends the text that says a structure's cross-field rule is the module's.
-void NoteCheck(Json::Value& object);
+// Appends the text that says a structure's cross-field rule is the module's:
+// `rule` (what it checks, in words) or, when null, that there is one.
+void NoteCheck(Json::Value& object, const char* rule);
+
+// A schema with a Check says what it checks in `static constexpr char
+// kCheckRule[]`, for the schema document's readers.
+template <class S, class = void>
+struct CheckRuleOf {
+  static constexpr const char* kText = nullptr;
+};
+template <class S>
+struct CheckRuleOf<S, std::void_t<decltype(JsonSchema<S>::kCheckRule)>> {
+  static constexpr const char* kText = JsonSchema<S>::kCheckRule;
+};
 
 template <class S>
 void DescribeMembers(SchemaDirection direction, Json::Value& object);
@@ -316,7 +328,7 @@ void DescribeMembers(SchemaDirection direction, Json::Value& object) {
       JsonSchema<S>::kFields);
   // A cross-field rule only refuses: what is saved is whatever the structure holds.
   if (direction == SchemaDirection::kInput && &JsonSchema<S>::Check != &JsonSchemaBase<S>::Check)
-    NoteCheck(object);
+    NoteCheck(object, CheckRuleOf<S>::kText);
 }
 
 template <class T>

@@ -72,6 +72,7 @@ struct JsonSchema<schema_sample::Item> : JsonSchemaBase<schema_sample::Item> {
   static constexpr auto kFields = Fields(
       Required("id",     &S::id),
       Optional("weight", &S::weight, Default(int32_t{5})));
+  static constexpr char kCheckRule[] = "\"weight\" is not negative.";
   static bool Check(const S& s) { return s.weight >= 0; }
 };
 
@@ -79,6 +80,7 @@ template <>
 struct JsonSchema<schema_sample::Depth> : JsonSchemaBase<schema_sample::Depth> {
   using S = schema_sample::Depth;
   static constexpr auto kFields = Fields(Optional("depth", &S::depth));
+  static bool Check(const S& s) { return s.depth < 100; }
 };
 
 template <>
@@ -194,9 +196,12 @@ const Case kCases[] = {
     {"a list of structures: each element by its schema", kIn, "properties/items/items/required",
      R"(["id"])"},
     {"an element's default", kIn, "properties/items/items/properties/weight/default", "5"},
-    {"an element's own check is said, not stated", kIn,
+    {"an element's own check is said in its own words", kIn,
      "properties/items/items/description",
+     R"("The module also checks, beyond this schema: \"weight\" is not negative.")"},
+    {"a check without words says there is one", kIn, "properties/outer/description",
      R"("The module also checks rules across these keys that this schema does not state; an input valid here may still be refused.")"},
+    {"what is written is not checked", kOut, "properties/outer/description", "null"},
     {"a guid is written in the canonical form", kOut,
      "properties/items/items/properties/id/pattern",
      R"("^[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}$")"},

@@ -211,6 +211,8 @@ template <>
 struct JsonSchema<kel::nusdk::MailServers::Antivirus::RuleSet>
     : RuleSetEnvelopeSchema<kel::nusdk::MailServers::Antivirus::RuleSet> {
   using S = kel::nusdk::MailServers::Antivirus::RuleSet;
+  static constexpr char kCheckRule[] =
+      "a rule that redirects infected or suspect mail has a non-empty \"redirectEmailTo\".";
   static bool Check(const S& s) { return antivirus::CheckRedirectTargets(s); }
 };
 

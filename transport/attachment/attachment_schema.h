@@ -198,6 +198,8 @@ struct JsonSchema<attachment::OnDetection::MainAction>
   static constexpr auto kFields = Fields(
       Required(json_keys::kAction, &S::action, attachment::kMainActionNames),
       Optional(json_keys::kData,   &S::data));
+  static constexpr char kCheckRule[] =
+      "\"redirectEmail\" and \"replaceAttachment\" have a non-empty \"data\".";
   static bool Check(const S& s) { return !attachment::NeedsData(s.action) || !s.data.IsEmpty(); }
 };
 

@@ -113,6 +113,7 @@ struct JsonSchema<content::OnDetection::MainAction>
       Required(json_keys::kData,   &S::data,   When(rules::ActionIs<rules::kCommonRedirectEmail>())),
       Optional(json_keys::kData,   &S::data,   When(content::IsNotRedirect())));
   // A redirect needs somewhere to go.
+  static constexpr char kCheckRule[] = "\"redirectEmail\" has a non-empty \"data\".";
   static bool Check(const S& s) {
     return s.action != rules::kCommonRedirectEmail || !s.data.IsEmpty();
   }
