@@ -6,7 +6,7 @@ WINE = scripts/with-wine.sh
 
 CLANG_BUILD_DIR ?= build/clang
 
-.PHONY: all setup configure build test test-clang fuzz bench demo format clean
+.PHONY: all setup configure build test test-clang fuzz bench demo schemas format clean
 
 all: build
 
@@ -47,6 +47,10 @@ bench: build
 
 demo: build
 	$(WINE) scripts/demo.sh $(BUILD_DIR)
+
+# One JSON Schema document per agent class, as the built module describes them.
+schemas: build
+	$(WINE) scripts/schemas.py /usr/lib/wine/wine64 $(BUILD_DIR)/bin/kelhost.exe $(BUILD_DIR)/schemas
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i

@@ -23,6 +23,7 @@ void* AgentBase::QueryInterface(const kel::InterfaceId* iid) {
   if (!iid) return nullptr;
   if (*iid == IID_IKelBaseInterface || *iid == IID_IServPlugin || *iid == IID_IAgent)
     return static_cast<IAgent*>(this);
+  if (*iid == IID_ISchemaSource) return static_cast<ISchemaSource*>(&schemaSource_);
   return nullptr;
 }
 
@@ -146,6 +147,7 @@ bool AgentBase::HasPlugins() const {
 }
 
 PolicyMethodTable AgentBase::PolicyMethods() const { return {}; }
+EventTable AgentBase::Events() const { return {}; }
 
 uint32_t AgentBase::SendEvent(const wchar_t* name, const Json::Value& body, uint32_t options) {
   IManager* manager = manager_.get();

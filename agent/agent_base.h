@@ -10,10 +10,12 @@
 #include <json/value.h>
 
 #include "agent/dispatch_rules.h"
+#include "agent/method_schema.h"
 #include "agent/notification_registration.h"
 #include "agent/policy_method_table.h"
 #include "agent/serv_plugin.h"
 #include "frame/logging/log.h"
+#include "frame/schema_source.h"
 #include "frame/string.h"
 #include "sdk/agent.h"
 #include "sdk/manager.h"
@@ -59,6 +61,11 @@ class AgentBase : public IAgent {
   IManager* manager() const noexcept { return manager_.get(); }
   bool registered() const noexcept { return registered_; }
 
+  // The agent's schema document: its name, how method names are matched,
+  // every method's input and output and every event's body, from the rows
+  // of PolicyMethods() and Events() (agent_description.cpp).
+  void Describe(Json::Value& document) const;
+
   // True when the manager and every required plug-in are held.
   virtual bool HasPlugins() const;
   virtual ~AgentBase();
@@ -97,6 +104,8 @@ class AgentBase : public IAgent {
 
   // The agent's policy methods; none in the base.
   virtual PolicyMethodTable PolicyMethods() const;
+  // The events the agent sends, by name; none in the base.
+  virtual EventTable Events() const;
 
   // 0 when a policy call may proceed, else the code to report: 21 without the
   // plug-ins, 160 for a null method object, 13 when an accessor the rules
@@ -119,6 +128,16 @@ class AgentBase : public IAgent {
   // The handler's name with the agent's prefix taken off, by the rules.
   const wchar_t* StripPrefix(const wchar_t* name) const noexcept;
 
+  // What QueryInterface answers for IID_ISchemaSource.
+  class SchemaSource final : public ISchemaSource {
+   public:
+    explicit SchemaSource(const AgentBase& agent) : agent_(agent) {}
+    uint32_t DescribeSchemas(Json::Value* document) override;
+
+   private:
+    const AgentBase& agent_;
+  };
+
   struct DeclaredPlugin {
     std::unique_ptr<PluginHolder> holder;
     PluginNeed need;
@@ -132,6 +151,7 @@ class AgentBase : public IAgent {
   std::vector<DeclaredPlugin> plugins_;
   std::vector<NotificationRegistration*> registrations_;  // not owned
   logging::LogHandle log_;  // held for the agent's whole life
+  SchemaSource schemaSource_{*this};
 };
 
 }  // namespace EnterpriseIntegration

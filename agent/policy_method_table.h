@@ -1,11 +1,12 @@
 #pragma once
-// An agent's policy methods: rows of {name, handler}, looked up by name
-// (ignoring case, or exactly, as the agent's dispatch rules say), first match
-// wins.
+// An agent's policy methods: rows of {name, handler, input, output}, looked
+// up by name (ignoring case, or exactly, as the agent's dispatch rules say),
+// first match wins. The input and output say what the handler reads and
+// writes (method_schema.h), so that the row that dispatches also describes:
 //
 //   const PolicyMethodEntry kMethods[] = {
-//       {L"SetRBLSettings", Handle<&Agent::SetRBLSettings>},
-//       {L"GetRBLSettings", Handle<&Agent::GetRBLSettings>},
+//       {L"SetRBLSettings", Handle<&Agent::SetRBLSettings>, kInputOf<RBLSettings>, kNoOutput},
+//       {L"GetRBLSettings", Handle<&Agent::GetRBLSettings>, kNoInput, kOutputOf<RBLSettings>},
 //   };
 //
 // A handler returns true when the input was valid and it has reported its own
@@ -13,6 +14,7 @@
 #include <cstddef>
 
 #include "agent/dispatch_rules.h"
+#include "agent/method_schema.h"
 #include "sdk/policy_method.h"
 
 namespace EnterpriseIntegration {
@@ -24,6 +26,8 @@ using PolicyHandler = bool (*)(AgentBase& agent, IPolicyMethod& method);
 struct PolicyMethodEntry {
   const wchar_t* name;
   PolicyHandler handler;
+  MethodShape input;
+  MethodShape output;
 };
 
 struct PolicyMethodTable {

@@ -5,6 +5,9 @@
 #include "frame/object_registry.h"
 #include "frame/result_codes.h"
 
+#include <string>
+#include <vector>
+
 namespace {
 
 constexpr uint32_t kBadArguments = kel::result::kBadArguments;
@@ -60,5 +63,42 @@ extern "C" void KelDestroyObject(const wchar_t* className, void* object) {
   try {
     DestroyRegistered(className, static_cast<IKelBaseInterface*>(object));
   } catch (...) {
+  }
+}
+
+namespace {
+
+void DescribeOne(const wchar_t* className, KelSchemaVisitor visit, void* context) {
+  IKelBaseInterface* created = CreateRegistered(className);
+  ISchemaSource* source =
+      created ? static_cast<ISchemaSource*>(created->QueryInterface(&IID_ISchemaSource)) : nullptr;
+  try {
+    visit(className, source, context);
+  } catch (...) {
+  }
+  if (created) DestroyRegistered(className, created);
+}
+
+}  // namespace
+
+extern "C" uint32_t KelDescribeClasses(const wchar_t* className, KelSchemaVisitor visit,
+                                       void* context) {
+  if (!visit) return kBadArguments;
+  try {
+    ObjectRegistryHandle registry;
+    if (!registry.get()) return kNotFound;
+    std::vector<std::wstring> names;
+    if (className) {
+      const bool known = registry->WithConstructor(
+          className, [](IObjectConstructor* constructor) { return constructor != nullptr; });
+      if (!known) return kNotFound;
+      names.emplace_back(className);
+    } else {
+      names = registry->Names();
+    }
+    for (const std::wstring& name : names) DescribeOne(name.c_str(), visit, context);
+    return 0;
+  } catch (...) {
+    return kel::result::kInternalError;
   }
 }

@@ -19,6 +19,14 @@ uint32_t ObjectRegistry::Register(const wchar_t* name, IObjectConstructor* const
   }
 }
 
+std::vector<std::wstring> ObjectRegistry::Names() {
+  kel::CriticalSectionLock lock(cs_);
+  std::vector<std::wstring> names;
+  names.reserve(constructors_.size());
+  for (const auto& entry : constructors_) names.push_back(entry.first);
+  return names;
+}
+
 uint32_t RegisterObjectConstructor(const wchar_t* name, IObjectConstructor* constructor) {
   ObjectRegistryHandle registry;
   return registry.get() ? registry->Register(name, constructor) : kNotFound;

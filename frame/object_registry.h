@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "frame/critical_section.h"
 #include "frame/object_constructor.h"
@@ -18,6 +19,9 @@ class ObjectRegistry {
   // `name` (exact, case-sensitive match), or with null when there is none.
   // Create and destroy run inside the lock, which is what serialises a
   // singleton's instance pointer and count.
+  // Every registered name, in order.
+  std::vector<std::wstring> Names();
+
   template <class Fn>
   auto WithConstructor(const wchar_t* name, Fn&& fn) {
     kel::CriticalSectionLock lock(cs_);

@@ -10,6 +10,12 @@ using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::Handle;
 using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::kBodyOf;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoInput;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputAt;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::LoadInput;
 namespace sdk = kel::nusdk::MailServers::Groups;
 
@@ -20,17 +26,28 @@ Agent::Agent(const wchar_t* agentName)
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"AddGroup", Handle<&Agent::AddGroup>},
-      {L"UpdateGroup", Handle<&Agent::UpdateGroup>},
-      {L"DeleteGroup", Handle<&Agent::DeleteGroup>},
-      {L"GetGroup", Handle<&Agent::GetGroup>},
-      {L"GetGroups", Handle<&Agent::GetGroups>},
-      {L"AddMembers", Handle<&Agent::AddMembers>},
-      {L"RemoveMembers", Handle<&Agent::RemoveMembers>},
-      {L"SynchronizeWithAD", Handle<&Agent::SynchronizeWithAD>},
-      {L"GetSyncStatus", Handle<&Agent::GetSyncStatus>},
+      {L"AddGroup", Handle<&Agent::AddGroup>, kInputOf<NewGroup>, kOutputAt<keys::kId, kel::Guid>},
+      {L"UpdateGroup", Handle<&Agent::UpdateGroup>, kInputOf<GroupUpdate>, kNoOutput},
+      {L"DeleteGroup", Handle<&Agent::DeleteGroup>, kInputOf<GroupRef>, kNoOutput},
+      {L"GetGroup", Handle<&Agent::GetGroup>, kInputOf<GroupRef>, kOutputOf<sdk::Group>},
+      {L"GetGroups", Handle<&Agent::GetGroups>, kInputOf<PageRequest>, kOutputOf<GroupPage>},
+      {L"AddMembers", Handle<&Agent::AddMembers>, kInputOf<MemberChange>, kNoOutput},
+      {L"RemoveMembers", Handle<&Agent::RemoveMembers>, kInputOf<MemberChange>, kNoOutput},
+      {L"SynchronizeWithAD", Handle<&Agent::SynchronizeWithAD>, kInputOf<SyncRequest>, kNoOutput},
+      {L"GetSyncStatus", Handle<&Agent::GetSyncStatus>, kNoInput, kOutputOf<sdk::SyncStatus>},
   };
   return kMethods;
+}
+
+// The bodies SyncEvents sends, each through its structure's schema.
+EnterpriseIntegration::EventTable Agent::Events() const {
+  static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
+      {kSyncStartedEvent, kBodyOf<SyncStart>},
+      {kGroupSyncStartedEvent, kBodyOf<sdk::GroupSyncInfo>},
+      {kGroupSyncFinishedEvent, kBodyOf<sdk::GroupSyncResult>},
+      {kSyncFinishedEvent, kBodyOf<sdk::SyncSummary>},
+  };
+  return kEvents;
 }
 
 bool Agent::AddGroup(IPolicyMethod& method) {

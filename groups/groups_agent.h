@@ -85,6 +85,7 @@ class Agent final : public EnterpriseIntegration::Agent<kel::nusdk::MailServers:
   bool GetSyncStatus(IPolicyMethod& method);
 
   EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override;
+  EnterpriseIntegration::EventTable Events() const override;
 
  private:
   using IGroups = kel::nusdk::MailServers::Groups::IGroups;

@@ -64,4 +64,36 @@ bool IdCodec::Load(const EnterpriseIntegration::JsonNodeRef& at, kel::Guid& out)
   return kel::Guid::Parse(text.c_str(), out);
 }
 
+using EnterpriseIntegration::SchemaDirection;
+
+void DnCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  if (direction == SchemaDirection::kOutput) {
+    out = EnterpriseIntegration::TypeSchema("string");
+    return;
+  }
+  out = EnterpriseIntegration::TypeSchema("string");
+  out["minLength"] = 3;
+  out["maxLength"] = static_cast<Json::UInt64>(kMaxDnLength);
+  out["pattern"] = std::string("^[^=\\x00]+=[^\\x00]+") + EnterpriseIntegration::kEndOfText;
+}
+
+void AddressCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  if (direction == SchemaDirection::kOutput) {
+    out = EnterpriseIntegration::TypeSchema("string");
+    return;
+  }
+  out = EnterpriseIntegration::TypeSchema("string");
+  out["minLength"] = 3;
+  out["maxLength"] = static_cast<Json::UInt64>(kMaxAddressLength);
+  out["pattern"] = std::string("^[^\\s\\x00-\\x1f\\x7f]+@[^@\\s\\x00-\\x1f\\x7f]+") +
+                   EnterpriseIntegration::kEndOfText;
+}
+
+void IdCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  out = EnterpriseIntegration::GuidSchema(SchemaDirection::kOutput);
+  if (direction == SchemaDirection::kOutput) return;
+  const char kHex[] = "[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12}";
+  out["pattern"] = std::string("^(") + kHex + "|\\{" + kHex + "\\})" + EnterpriseIntegration::kEndOfText;
+}
+
 }  // namespace GroupsManagerAgent

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "frame/guid.h"
 #include "frame/list.h"
@@ -71,11 +72,19 @@ struct TextCodec : EnterpriseIntegration::JsonCodec {
   bool Save(const kel::StringW& value, Json::Value& out) const {
     return EnterpriseIntegration::StringCodec().Save(value, out);
   }
+  // Lengths count UTF-16 units here and code points in a validator: they
+  // differ only beyond the basic plane.
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const {
+    EnterpriseIntegration::DescribeCodec(EnterpriseIntegration::StringCodec(), direction, out);
+    out["minLength"] = static_cast<Json::UInt64>(Min);
+    out["maxLength"] = static_cast<Json::UInt64>(Max);
+  }
 };
 
 // A distinguished name: "attribute=value" pairs, so at least one "=".
 struct DnCodec : EnterpriseIntegration::JsonCodec {
   bool Load(const EnterpriseIntegration::JsonNodeRef& at, kel::StringW& out) const;
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const;
   bool Save(const kel::StringW& value, Json::Value& out) const {
     return EnterpriseIntegration::StringCodec().Save(value, out);
   }
@@ -85,6 +94,7 @@ struct DnCodec : EnterpriseIntegration::JsonCodec {
 // control characters. Only its shape is checked; the plug-in owns the rest.
 struct AddressCodec : EnterpriseIntegration::JsonCodec {
   bool Load(const EnterpriseIntegration::JsonNodeRef& at, kel::StringW& out) const;
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const;
   bool Save(const kel::StringW& value, Json::Value& out) const {
     return EnterpriseIntegration::StringCodec().Save(value, out);
   }
@@ -96,6 +106,7 @@ struct AddressCodec : EnterpriseIntegration::JsonCodec {
 // text and could name a group the console never meant.
 struct IdCodec : EnterpriseIntegration::JsonCodec {
   bool Load(const EnterpriseIntegration::JsonNodeRef& at, kel::Guid& out) const;
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const;
   bool Save(const kel::Guid& value, Json::Value& out) const {
     return EnterpriseIntegration::GuidCodec().Save(value, out);
   }
@@ -115,6 +126,14 @@ struct RangeCodec : EnterpriseIntegration::JsonCodec {
   bool Save(const uint32_t& value, Json::Value& out) const {
     return EnterpriseIntegration::IntegerCodec<uint32_t>().Save(value, out);
   }
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const {
+    if (direction == EnterpriseIntegration::SchemaDirection::kInput) {
+      out = EnterpriseIntegration::IntegerSchema(Min, Max);
+    } else {
+      EnterpriseIntegration::DescribeCodec(EnterpriseIntegration::IntegerCodec<uint32_t>(),
+                                           direction, out);
+    }
+  }
 };
 
 // A list of `Min` to `Max` elements. The size is judged before any element
@@ -129,6 +148,13 @@ struct BoundedListCodec : EnterpriseIntegration::JsonCodec {
   }
   bool Save(const kel::List<T>& value, Json::Value& out) const {
     return EnterpriseIntegration::ListCodec<T, ElementCodec>().Save(value, out);
+  }
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const {
+    EnterpriseIntegration::DescribeCodec(EnterpriseIntegration::ListCodec<T, ElementCodec>(),
+                                         direction, out);
+    if (direction == EnterpriseIntegration::SchemaDirection::kOutput) return;
+    out["minItems"] = static_cast<Json::UInt64>(Min);
+    out["maxItems"] = static_cast<Json::UInt64>(Max);
   }
 };
 
@@ -233,6 +259,8 @@ struct JsonSchema<kel::nusdk::MailServers::Groups::GroupSettings>
       Optional(groups::keys::kDn,          &S::directoryDn, groups::DnCodec(), Default(), kLoadOnly),
       Required(groups::keys::kDn,          &S::directoryDn, kSaveOnly, When(groups::rules::IsDirectory())));
   // A directory group names its directory group; a local one names none.
+  static constexpr char kCheckRule[] =
+      "a \"directory\" group has a non-empty \"dn\", a \"local\" one none.";
   static bool Check(const S& s) {
     return (s.kind == kel::nusdk::MailServers::Groups::kGroupDirectory) != s.directoryDn.IsEmpty();
   }
@@ -331,6 +359,7 @@ struct JsonSchema<groups::NewGroup> : JsonSchemaBase<groups::NewGroup> {
       Inline(&S::settings),
       Optional(groups::keys::kMembers, &S::members, groups::MembersCodec(), Default()));
   // A directory group's members come from synchronisation only.
+  static constexpr char kCheckRule[] = "only a \"local\" group has \"members\".";
   static bool Check(const S& s) {
     return s.members.Count() == 0 ||
            s.settings.kind == kel::nusdk::MailServers::Groups::kGroupLocal;

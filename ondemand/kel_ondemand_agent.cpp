@@ -1,5 +1,6 @@
 #include "ondemand/kel_ondemand_agent.h"
 
+#include "ondemand/ondemand_events.h"
 #include "ondemand/task_context.h"
 
 namespace MailServers {
@@ -21,6 +22,13 @@ KelOnDemandAgent::KelOnDemandAgent(kel::Clock& clock)
                              EnterpriseIntegration::kEventOrdinary);
           },
           clock) {}
+
+EnterpriseIntegration::EventTable KelOnDemandAgent::Events() const {
+  static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
+      {kProgressEvent, EnterpriseIntegration::kBodyOf<ProgressBody>},
+  };
+  return kEvents;
+}
 
 uint32_t KelOnDemandAgent::OnPluginsAcquired() {
   return taskEvents_.Register(plugin(), &IOnDemand::RegisterTaskEvents,

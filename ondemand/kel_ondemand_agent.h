@@ -22,6 +22,7 @@ class KelOnDemandAgent final
 
  private:
   uint32_t OnPluginsAcquired() override;
+  EnterpriseIntegration::EventTable Events() const override;
 
   uint32_t OnTaskStarted(const kel::Guid& id, const kel::StringW& context) override;
   uint32_t OnTaskStopped(const kel::Guid& id,

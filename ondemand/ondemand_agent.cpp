@@ -7,6 +7,7 @@
 #include "frame/result_codes.h"
 #include "frame/text_convert.h"
 #include "ondemand/ondemand_dispatch.h"
+#include "ondemand/ondemand_events.h"
 #include "ondemand/ondemand_requests.h"
 #include "ondemand/set_all_tasks.h"
 #include "ondemand/task_context.h"
@@ -15,7 +16,15 @@ namespace MailServers {
 
 using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::AnswerWith;
+using EnterpriseIntegration::ByCode;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::kBodyOf;
+using EnterpriseIntegration::kInputAt;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoInput;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputAt;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::JsonSerializer;
 using EnterpriseIntegration::LoadInput;
 using kel::nusdk::MailServers::IOnDemand;
@@ -54,18 +63,11 @@ std::string Utf8(const kel::StringW& text) {
 }
 std::string GuidText(const kel::Guid& id) { return Utf8(id.ToString()); }
 
-const char* ChangeTypeName(uint32_t type) {
-  switch (type) {
-    case IOnDemand::kTaskAdded:
-      return "added";
-    case IOnDemand::kTaskModified:
-    case IOnDemand::kTaskReplaced:
-      return "modified";
-    case IOnDemand::kTaskDeleted:
-      return "deleted";
-    default:
-      return "unknown";
-  }
+// Sends `body` by its structure's schema, as Events() lists it.
+template <class T>
+void SendBody(OnDemandAgent& agent, const wchar_t* event, const T& body) {
+  Json::Value document;
+  if (JsonSerializer<T>::Save(document, body)) agent.SendEvent(event, document);
 }
 
 int RunSummary(const IOnDemand::RunStatistics& stats) {
@@ -97,24 +99,47 @@ OnDemandAgent::OnDemandAgent(const wchar_t* agentName, kel::Clock& clock)
 
 EnterpriseIntegration::PolicyMethodTable OnDemandAgent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"GetTaskIdList", Handle<&OnDemandAgent::GetTaskIdList>},
-      {L"GetRunningTasks", Handle<&OnDemandAgent::GetRunningTasks>},
-      {L"AddTask", Handle<&OnDemandAgent::AddTask>},
-      {L"UpdateTask", Handle<&OnDemandAgent::UpdateTask>},
-      {L"GetTask", Handle<&OnDemandAgent::GetTask>},
-      {L"DeleteTask", Handle<&OnDemandAgent::DeleteTask>},
-      {L"DeleteAllTasks", Handle<&OnDemandAgent::DeleteAllTasks>},
-      {L"StartTask", Handle<&OnDemandAgent::StartTask>},
-      {L"StopTask", Handle<&OnDemandAgent::StopTask>},
-      {L"IsTaskRunning", Handle<&OnDemandAgent::IsTaskRunning>},
-      {L"SetAllTasks", Handle<&OnDemandAgent::SetAllTasks>},
-      {L"SetUser", Handle<&OnDemandAgent::SetUser>},
-      {L"GetUser", Handle<&OnDemandAgent::GetUser>},
-      {L"RunTask", Handle<&OnDemandAgent::RunTask>},
-      {L"SetAntivirusRules", Handle<&OnDemandAgent::SetAntivirusRules>},
-      {L"GetAntivirusRules", Handle<&OnDemandAgent::GetAntivirusRules>},
+      {L"GetTaskIdList", Handle<&OnDemandAgent::GetTaskIdList>, kNoInput,
+       kOutputAt<keys::kTaskIds, kel::List<kel::Guid>>},
+      {L"GetRunningTasks", Handle<&OnDemandAgent::GetRunningTasks>, kNoInput,
+       kOutputAt<keys::kTasks, kel::List<IOnDemand::RunInfo>>},
+      {L"AddTask", Handle<&OnDemandAgent::AddTask>, kInputAt<keys::kTask, IOnDemand::Task>,
+       kOutputAt<keys::kId, kel::Guid>},
+      {L"UpdateTask", Handle<&OnDemandAgent::UpdateTask>, kInputAt<keys::kTask, IOnDemand::Task>,
+       kNoOutput},
+      {L"GetTask", Handle<&OnDemandAgent::GetTask>, kInputOf<TaskIdRequest>,
+       kOutputAt<keys::kTask, IOnDemand::Task>},
+      {L"DeleteTask", Handle<&OnDemandAgent::DeleteTask>, kInputOf<TaskIdRequest>, kNoOutput},
+      {L"DeleteAllTasks", Handle<&OnDemandAgent::DeleteAllTasks>, kNoInput, kNoOutput},
+      {L"StartTask", Handle<&OnDemandAgent::StartTask>, kInputOf<StartRequest>, kNoOutput},
+      {L"StopTask", Handle<&OnDemandAgent::StopTask>, kInputOf<StopRequest>, kNoOutput},
+      {L"IsTaskRunning", Handle<&OnDemandAgent::IsTaskRunning>, kInputOf<TaskIdRequest>,
+       kOutputOf<RunningAnswer>},
+      {L"SetAllTasks", Handle<&OnDemandAgent::SetAllTasks>, kInputOf<SetAllTasksRequest>,
+       ByCode("The id maps of the synchronisation, as set_all_tasks.h writes them.")},
+      {L"SetUser", Handle<&OnDemandAgent::SetUser>, kInputOf<IOnDemand::UserInfo>, kNoOutput},
+      {L"GetUser", Handle<&OnDemandAgent::GetUser>, kNoInput, kOutputOf<IOnDemand::UserInfo>},
+      {L"RunTask", Handle<&OnDemandAgent::RunTask>, kInputOf<StartRequest>, kNoOutput},
+      {L"SetAntivirusRules", Handle<&OnDemandAgent::SetAntivirusRules>,
+       kInputOf<TaskAntivirusRules>, kNoOutput},
+      {L"GetAntivirusRules", Handle<&OnDemandAgent::GetAntivirusRules>, kInputOf<TaskIdRequest>,
+       kOutputOf<av::RuleSet>},
   };
   return kMethods;
+}
+
+// Built by the notification handlers below.
+EnterpriseIntegration::EventTable OnDemandAgent::Events() const {
+  static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
+      {kTaskStarted, kBodyOf<TaskStartedBody>},
+      {kTaskStopped, kBodyOf<TaskStoppedBody>},
+      {kTaskChanged, kBodyOf<TaskChangedBody>},
+      {kUserStatus, kBodyOf<UserStatusBody>},
+      {kTaskProgress, kBodyOf<ProgressBody>},
+      {kScanLog, ByCode("A log event: \"logfilepath\", \"polid\", \"taskid\", "
+                        "\"taskname\", \"starttime\", \"runstatus\", \"runsumary\".")},
+  };
+  return kEvents;
 }
 
 bool OnDemandAgent::GetTaskIdList(IPolicyMethod& method) {
@@ -186,10 +211,8 @@ bool OnDemandAgent::IsTaskRunning(IPolicyMethod& method) {
   if (!LoadInput(method, request)) return false;
   IOnDemand::TaskState state = IOnDemand::kInactive;
   const uint32_t code = plugin()->IsTaskRunning(request.taskId, state);
-  AnswerWith(method, code, [state](Json::Value& document) {
-    document["running"] = state == IOnDemand::kRunning;
-    return true;
-  });
+  EnterpriseIntegration::Answer(method, code,
+                                RunningAnswer{static_cast<uint8_t>(state == IOnDemand::kRunning)});
   return true;
 }
 
@@ -313,10 +336,7 @@ uint32_t OnDemandAgent::OnPluginsAcquired() {
 // became of its event.
 uint32_t OnDemandAgent::OnTaskStarted(const kel::Guid& id, const kel::StringW& context) {
   try {
-    Json::Value body(Json::objectValue);
-    body["id"] = GuidText(id);
-    body["context"] = UnwrapContext(context).context;
-    SendEvent(kTaskStarted, body);
+    SendBody(*this, kTaskStarted, TaskStartedBody{id, context});
   } catch (...) {
   }
   return 0;
@@ -329,11 +349,7 @@ uint32_t OnDemandAgent::OnTaskStopped(const kel::Guid& id, const IOnDemand::RunS
   } catch (...) {
   }
   try {
-    Json::Value body(Json::objectValue);
-    body["id"] = GuidText(id);
-    if (JsonSerializer<IOnDemand::RunStatistics>::Save(body[keys::kStatistics], stats)) {
-      SendEvent(kTaskStopped, body);
-    }
+    SendBody(*this, kTaskStopped, TaskStoppedBody{id, stats});
     if (!stats.report.IsEmpty()) SendScanLog(id, stats);
   } catch (...) {
   }
@@ -360,10 +376,7 @@ uint32_t OnDemandAgent::OnTaskChanged(const kel::Guid& id, uint32_t changeType) 
   // A RunTask waiting for a deleted task would otherwise wait until the stop.
   if (changeType == IOnDemand::kTaskDeleted) running_.Release(id);
   try {
-    Json::Value body(Json::objectValue);
-    body["id"] = GuidText(id);
-    body["changeType"] = ChangeTypeName(changeType);
-    SendEvent(kTaskChanged, body);
+    SendBody(*this, kTaskChanged, TaskChangedBody{id, ReportedChangeType(changeType)});
   } catch (...) {
   }
   return 0;
@@ -386,11 +399,7 @@ uint32_t OnDemandAgent::OnUserSettingsChanged() {
     uint8_t functioning = 0;
     int32_t error = kUserStatusUnknownError;
     ondemand->GetUserStatus(user, functioning, error);
-    Json::Value body(Json::objectValue);
-    body["user"] = Utf8(user);
-    body["error"] = error;
-    body["functioning"] = functioning != 0;
-    SendEvent(kUserStatus, body);
+    SendBody(*this, kUserStatus, UserStatusBody{user, error, functioning});
   } catch (...) {
   }
   return 0;

@@ -38,6 +38,7 @@ class OnDemandAgent final : public EnterpriseIntegration::Agent<kel::nusdk::Mail
   bool GetAntivirusRules(IPolicyMethod& method);
 
   EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override;
+  EnterpriseIntegration::EventTable Events() const override;
 
   // Not functioning only when the plug-in's task store is unreachable.
   bool IsFunctioning() override;

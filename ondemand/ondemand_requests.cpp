@@ -16,4 +16,9 @@ bool TaskListCodec::Save(const kel::List<IOnDemand::Task>& value, Json::Value& o
   return DefaultCodecOf<kel::List<IOnDemand::Task>>().Save(value, out);
 }
 
+void TaskListCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  DescribeCodec(DefaultCodecOf<kel::List<IOnDemand::Task>>(), direction, out);
+  if (direction == SchemaDirection::kInput) out["maxItems"] = MailServers::kMaxTasks;
+}
+
 }  // namespace EnterpriseIntegration

@@ -45,6 +45,7 @@ struct TaskListCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, kel::List<kel::nusdk::MailServers::IOnDemand::Task>& out) const;
   bool Save(const kel::List<kel::nusdk::MailServers::IOnDemand::Task>& value,
             Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // clang-format off

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "frame/text_convert.h"
+#include "ondemand/ondemand_events.h"
 
 namespace MailServers {
 
@@ -128,12 +129,14 @@ size_t OdProgressReporter::Tracked() const {
 }
 
 Json::Value ProgressEventBody(const OdProgressReporter::OdProgress& progress) {
-  const kel::StringW id = progress.id.ToString();
-  Json::Value body(Json::objectValue);
-  body["id"] = kel::Utf8FromWide(id.c_str(), id.Length());
-  body["context"] = progress.context;
-  body["progress"]["percentageDone"] = Json::Value(static_cast<Json::UInt>(progress.percentage));
-  return body;
+  ProgressBody body;
+  body.id = progress.id;
+  const std::wstring context = kel::WideFromUtf8(progress.context);
+  body.context.Assign(context.data(), context.size());
+  body.percentage = progress.percentage;
+  Json::Value document;
+  EnterpriseIntegration::JsonSerializer<ProgressBody>::Save(document, body);
+  return document;
 }
 
 }  // namespace MailServers

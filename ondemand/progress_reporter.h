@@ -103,5 +103,6 @@ class OdProgressReporter {
 
 // The body of a progress event: {"id", "context", "progress": {"percentageDone"}}.
 Json::Value ProgressEventBody(const OdProgressReporter::OdProgress& progress);
+// (ProgressBody, ondemand_events.h, by its schema.)
 
 }  // namespace MailServers

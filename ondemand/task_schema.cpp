@@ -73,4 +73,43 @@ bool RunStatusCodec::Save(const int32_t& value, Json::Value& out) const {
   return true;
 }
 
+void TaskIdCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  out = GuidSchema(direction);
+  if (direction == SchemaDirection::kOutput) return;
+  Json::Value empty(Json::objectValue);
+  empty["const"] = "";
+  out = EitherSchema(std::move(out), std::move(empty));
+  AddDescription(out, "\"\" keeps the id the task has.");
+}
+
+void StartDateCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  if (direction == SchemaDirection::kOutput) {
+    DescribeCodec(IntegerCodec<int64_t>(), direction, out);
+    return;
+  }
+  // Signed or unsigned 64 bits, kept as the same bits.
+  DescribeCodec(IntegerCodec<uint64_t>(), direction, out);
+}
+
+void DateLimitCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  DescribeCodec(StructCodec<IOnDemand::DateLimit>(), direction, out);
+  if (direction == SchemaDirection::kOutput) return;
+  Json::Value when;
+  DescribeCodec(IntegerCodec<int64_t>(), direction, when);
+  AddDescription(when, "A bare number is an absolute time.");
+  out = EitherSchema(std::move(out), std::move(when));
+}
+
+void UnwrappedContextCodec::Describe(SchemaDirection, Json::Value& out) const {
+  out = TypeSchema("string");
+}
+
+void RunStatusCodec::Describe(SchemaDirection, Json::Value& out) const {
+  out = TypeSchema("string");
+  for (int32_t status : {IOnDemand::kRunError, IOnDemand::kRunDone, IOnDemand::kRunInterrupted,
+                         IOnDemand::kRunTimeout})
+    out["enum"].append(ondemand::RunStatusName(status));
+  out["enum"].append("n/a");
+}
+
 }  // namespace EnterpriseIntegration

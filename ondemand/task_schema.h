@@ -12,6 +12,7 @@
 // - a date limit is a bare integer (an absolute time) or {"when", "relative"}.
 #include <cstdint>
 
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "sdk/mailservers/ondemand.h"
 
@@ -92,12 +93,14 @@ const char* RunStatusName(int32_t status) noexcept;
 struct TaskIdCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, kel::Guid& out) const;
   bool Save(const kel::Guid& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // "startDate": signed or unsigned 64-bit in, signed out.
 struct StartDateCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, int64_t& out) const;
   bool Save(const int64_t& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // A date limit: a bare integer sets "when" and clears "relative"; an object
@@ -105,6 +108,7 @@ struct StartDateCodec : JsonCodec {
 struct DateLimitCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, kel::nusdk::MailServers::IOnDemand::DateLimit& out) const;
   bool Save(const kel::nusdk::MailServers::IOnDemand::DateLimit& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 template <>
 struct DefaultCodecFor<kel::nusdk::MailServers::IOnDemand::DateLimit> {
@@ -115,12 +119,14 @@ struct DefaultCodecFor<kel::nusdk::MailServers::IOnDemand::DateLimit> {
 struct UnwrappedContextCodec : JsonCodec {
   bool Load(const JsonNodeRef&, kel::StringW&) const { return false; }
   bool Save(const kel::StringW& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // "reason": the status's name, "n/a" for any other value.
 struct RunStatusCodec : JsonCodec {
   bool Load(const JsonNodeRef&, int32_t&) const { return false; }
   bool Save(const int32_t& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // clang-format off

@@ -14,9 +14,16 @@ namespace QuarantineAgent {
 // false (160) without calling a plug-in; otherwise the plug-in's code is the
 // result, and only a 0 writes the output (an output that cannot be written
 // answers 1359 and is cleared).
+using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::AnswerWith;
+using EnterpriseIntegration::ByCode;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::kBodyOf;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputAt;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::JsonSerializer;
 using EnterpriseIntegration::LoadInput;
 using EnterpriseIntegration::SaveEnumValue;
@@ -24,6 +31,19 @@ using EnterpriseIntegration::SplitKeywords;
 using q::Zone;
 
 namespace {
+
+constexpr char kErrorsKey[] = "errors";
+constexpr char kItemsKey[] = "items";
+
+// Items are written by item_writer.h, not by a schema.
+constexpr auto kItemOutput =
+    ByCode("One item: \"id\", \"zone\" and the item's keys as item_writer writes them.");
+constexpr auto kPageOutput = ByCode(
+    "\"totalCount\" (an unsigned integer) and \"items\": a page of items as item_writer "
+    "writes them.");
+constexpr auto kItemsByIdOutput = ByCode(
+    "\"items\": the items found, as item_writer writes them, and \"errors\": an {\"id\", "
+    "\"error\"} per id that failed.");
 
 bool PutZone(Json::Value& document, Zone zone) {
   return SaveEnumValue(zone, kZoneNames.view(), document["zone"]);
@@ -56,26 +76,47 @@ Agent::Agent(const wchar_t* agentName)
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"GetFolder", Handle<&Agent::GetFolder>},
-      {L"SetFolder", Handle<&Agent::SetFolder>},
-      {L"DeleteItems", Handle<&Agent::DeleteItems>},
-      {L"SaveItem", Handle<&Agent::SaveItem>},
-      {L"SaveItemsToFolder", Handle<&Agent::SaveItemsToFolder>},
-      {L"GetItemQuick", Handle<&Agent::GetItemQuick>},
-      {L"GetItemFull", Handle<&Agent::GetItemFull>},
-      {L"GetItemsQuick", Handle<&Agent::GetItemsQuick>},
-      {L"GetItemsFull", Handle<&Agent::GetItemsFull>},
-      {L"GetItemIds", Handle<&Agent::GetItemIds>},
-      {L"GetItemsByIdQuick", Handle<&Agent::GetItemsByIdQuick>},
-      {L"GetItemsByIdFull", Handle<&Agent::GetItemsByIdFull>},
-      {L"Empty", Handle<&Agent::Empty>},
-      {L"SetPurgeSettings", Handle<&Agent::SetPurgeSettings>},
-      {L"GetPurgeSettings", Handle<&Agent::GetPurgeSettings>},
-      {L"Purge", Handle<&Agent::Purge>},
-      {L"ReleaseEmails", Handle<&Agent::ReleaseEmails>},
-      {L"ReplayEmails", Handle<&Agent::ReplayEmails>},
+      {L"GetFolder", Handle<&Agent::GetFolder>, kInputOf<ZoneRequest>, kOutputOf<FolderAnswer>},
+      {L"SetFolder", Handle<&Agent::SetFolder>, kInputOf<FolderRequest>, kNoOutput},
+      {L"DeleteItems", Handle<&Agent::DeleteItems>, kInputOf<DeleteRequest>,
+       kOutputAt<kErrorsKey, kel::List<IQuarantine::Error>>},
+      {L"SaveItem", Handle<&Agent::SaveItem>, kInputOf<SaveItemRequest>, kNoOutput},
+      {L"SaveItemsToFolder", Handle<&Agent::SaveItemsToFolder>, kInputOf<SaveToFolderRequest>,
+       kOutputAt<kItemsKey, kel::List<IQuarantine::SavedItem>>},
+      {L"GetItemQuick", Handle<&Agent::GetItemQuick>, kInputOf<ItemRequest>, kItemOutput},
+      {L"GetItemFull", Handle<&Agent::GetItemFull>, kInputOf<ItemRequest>, kItemOutput},
+      {L"GetItemsQuick", Handle<&Agent::GetItemsQuick>, kInputOf<PageRequest>, kPageOutput},
+      {L"GetItemsFull", Handle<&Agent::GetItemsFull>, kInputOf<PageRequest>, kPageOutput},
+      {L"GetItemIds", Handle<&Agent::GetItemIds>, kInputOf<PageRequest>, kOutputOf<IdPage>},
+      {L"GetItemsByIdQuick", Handle<&Agent::GetItemsByIdQuick>, kInputOf<IdsRequest>,
+       kItemsByIdOutput},
+      {L"GetItemsByIdFull", Handle<&Agent::GetItemsByIdFull>, kInputOf<IdsRequest>,
+       kItemsByIdOutput},
+      {L"Empty", Handle<&Agent::Empty>, kInputOf<ZoneRequest>, kNoOutput},
+      {L"SetPurgeSettings", Handle<&Agent::SetPurgeSettings>, kInputOf<PurgeRequest>, kNoOutput},
+      {L"GetPurgeSettings", Handle<&Agent::GetPurgeSettings>, kInputOf<ZoneRequest>,
+       kOutputOf<PurgeAnswer>},
+      {L"Purge", Handle<&Agent::Purge>, kInputOf<ZoneRequest>, kNoOutput},
+      {L"ReleaseEmails", Handle<&Agent::ReleaseEmails>, kInputOf<ReleaseRequest>, kNoOutput},
+      {L"ReplayEmails", Handle<&Agent::ReplayEmails>, kInputOf<ReplayRequest>, kNoOutput},
   };
   return kMethods;
+}
+
+// Sent by the notification sinks below, each body through its structure
+// (SendBody) but the added items, which item_writer writes.
+EnterpriseIntegration::EventTable Agent::Events() const {
+  static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
+      {kAddedEvent, ByCode("\"zone\" and \"items\": the added items as item_writer writes "
+                           "them.")},
+      {kDeletedEvent, kBodyOf<DeletedItems>},
+      {kFolderChangedEvent, kBodyOf<FolderChange>},
+      {kEmptyEvent, kBodyOf<ZoneRequest>},
+      {kPurgeSettingsChangedEvent, kBodyOf<ZoneRequest>},
+      {kReleaseEmailsEvent, kBodyOf<Outcome>},
+      {kReplayEmailsEvent, kBodyOf<Outcome>},
+  };
+  return kEvents;
 }
 
 uint32_t Agent::OnPluginsAcquired() {
@@ -102,12 +143,9 @@ void Agent::OnRequiredPluginMissing(const kel::StringW& component) {
 bool Agent::GetFolder(IPolicyMethod& method) {
   ZoneRequest request;
   if (!LoadInput(method, request)) return false;
-  kel::StringW folder;
-  const uint32_t code = plugin()->GetFolder(request.zone, folder);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    EnterpriseIntegration::SaveStringValue(folder, document["folder"]);
-    return PutZone(document, request.zone);
-  });
+  FolderAnswer answer;
+  answer.zone = request.zone;
+  Answer(method, plugin()->GetFolder(request.zone, answer.folder), answer);
   return true;
 }
 
@@ -126,7 +164,7 @@ bool Agent::DeleteItems(IPolicyMethod& method) {
   if (!LoadInput(method, request)) return false;
   kel::List<IQuarantine::Error> errors;
   const uint32_t code = plugin()->DeleteItems(request.zone, request.ids, request.context, errors);
-  AnswerAt(method, code, "errors", errors);
+  AnswerAt(method, code, kErrorsKey, errors);
   return true;
 }
 
@@ -144,7 +182,7 @@ bool Agent::SaveItemsToFolder(IPolicyMethod& method) {
   kel::List<IQuarantine::SavedItem> saved;
   const uint32_t code = plugin()->SaveItemsToFolder(request.zone, request.ids, request.folder,
                                                     request.deleteAfterSave, saved);
-  AnswerAt(method, code, "items", saved);
+  AnswerAt(method, code, kItemsKey, saved);
   return true;
 }
 
@@ -200,14 +238,11 @@ bool Agent::GetItemsFull(IPolicyMethod& method) {
 bool Agent::GetItemIds(IPolicyMethod& method) {
   PageRequest request;
   if (!LoadInput(method, request)) return false;
-  uint64_t total = 0;
-  kel::List<kel::StringW> ids;
-  const uint32_t code = plugin()->GetItemIds(request.zone, static_cast<uint32_t>(request.from),
-                                             static_cast<uint32_t>(request.count), total, ids);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    document["totalCount"] = Json::Value(static_cast<Json::UInt64>(total));
-    return SaveList(ids, document["ids"]);
-  });
+  IdPage page;
+  const uint32_t code =
+      plugin()->GetItemIds(request.zone, static_cast<uint32_t>(request.from),
+                           static_cast<uint32_t>(request.count), page.totalCount, page.ids);
+  Answer(method, code, page);
   return true;
 }
 
@@ -254,12 +289,9 @@ bool Agent::SetPurgeSettings(IPolicyMethod& method) {
 bool Agent::GetPurgeSettings(IPolicyMethod& method) {
   ZoneRequest request;
   if (!LoadInput(method, request)) return false;
-  q::PurgeSettings settings;
-  const uint32_t code = plugin()->GetPurgeSettings(request.zone, settings);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    return JsonSerializer<q::PurgeSettings>::Save(document, settings) &&
-           PutZone(document, request.zone);
-  });
+  PurgeAnswer answer;
+  answer.zone = request.zone;
+  Answer(method, plugin()->GetPurgeSettings(request.zone, answer.settings), answer);
   return true;
 }
 
@@ -321,6 +353,19 @@ void SendWritten(Agent& agent, const wchar_t* event, Write&& write) noexcept {
   }
 }
 
+// `body` through its structure, the type Events() lists for `event`.
+template <class T>
+void SendBody(Agent& agent, const wchar_t* event, const T& body) noexcept {
+  SendWritten(agent, event,
+              [&body](Json::Value& document) { return JsonSerializer<T>::Save(document, body); });
+}
+
+ZoneRequest InZone(Zone zone) {
+  ZoneRequest body;
+  body.zone = zone;
+  return body;
+}
+
 }  // namespace
 
 void* Agent::StoreSink::QueryInterface(const kel::InterfaceId* iid) {
@@ -345,32 +390,33 @@ uint32_t Agent::StoreSink::OnItemsAdded(Zone zone, const kel::List<kel::StringW>
 }
 
 uint32_t Agent::StoreSink::OnItemsDeleted(Zone zone, const kel::List<DeletedItem>& items) {
-  SendWritten(agent_, kDeletedEvent, [&](Json::Value& body) {
-    return PutZone(body, zone) && SaveList(items, body["items"]);
-  });
+  DeletedItems body;
+  body.zone = zone;
+  body.items = items;
+  SendBody(agent_, kDeletedEvent, body);
   return 0;
 }
 
 uint32_t Agent::StoreSink::OnFolderChanged(Zone zone, uint8_t migratedOldContent) {
-  SendWritten(agent_, kFolderChangedEvent, [&](Json::Value& body) {
+  try {
     IQuarantine* store = agent_.plugin();
-    kel::StringW folder;
-    if (!store || store->GetFolder(zone, folder) != kel::result::kSuccess) return false;
-    EnterpriseIntegration::SaveStringValue(folder, body["newLocation"]);
-    body["migratedOldContent"] = migratedOldContent != 0;
-    return PutZone(body, zone);
-  });
+    FolderChange body;
+    body.zone = zone;
+    body.migratedOldContent = migratedOldContent;
+    if (store && store->GetFolder(zone, body.newLocation) == kel::result::kSuccess)
+      SendBody(agent_, kFolderChangedEvent, body);
+  } catch (...) {
+  }
   return 0;
 }
 
 uint32_t Agent::StoreSink::OnEmptied(Zone zone) {
-  SendWritten(agent_, kEmptyEvent, [&](Json::Value& body) { return PutZone(body, zone); });
+  SendBody(agent_, kEmptyEvent, InZone(zone));
   return 0;
 }
 
 uint32_t Agent::StoreSink::OnPurgeSettingsChanged(Zone zone) {
-  SendWritten(agent_, kPurgeSettingsChangedEvent,
-              [&](Json::Value& body) { return PutZone(body, zone); });
+  SendBody(agent_, kPurgeSettingsChangedEvent, InZone(zone));
   return 0;
 }
 
@@ -385,10 +431,13 @@ namespace {
 
 void SendOutcome(Agent& agent, const wchar_t* event, const kel::StringW& context,
                  const kel::List<IQuarantine::RestoredItem>& items) {
-  SendWritten(agent, event, [&](Json::Value& body) {
-    EnterpriseIntegration::SaveStringValue(context, body["context"]);
-    return SaveList(items, body["items"]);
-  });
+  try {
+    Outcome body;
+    body.context = context;
+    body.items = items;
+    SendBody(agent, event, body);
+  } catch (...) {
+  }
 }
 
 }  // namespace

@@ -47,6 +47,7 @@ class Agent final : public EnterpriseIntegration::Agent<IQuarantine> {
   bool ReplayEmails(IPolicyMethod& method);
 
   EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override;
+  EnterpriseIntegration::EventTable Events() const override;
 
   IReleaseEmail* releasePlugin() const noexcept { return release_.get(); }
 

@@ -83,6 +83,29 @@ struct ReplayRequest {
   kel::StringW context;
 };
 
+// Answers and event bodies that are not items (items: item_writer.h).
+struct FolderAnswer : ZoneRequest {  // "GetFolder"
+  kel::StringW folder;
+};
+struct PurgeAnswer : ZoneRequest {  // "GetPurgeSettings"
+  q::PurgeSettings settings;
+};
+struct IdPage {  // "GetItemIds"
+  uint64_t totalCount = 0;
+  kel::List<kel::StringW> ids;
+};
+struct FolderChange : ZoneRequest {  // folder changed
+  kel::StringW newLocation;
+  uint8_t migratedOldContent = 0;
+};
+struct DeletedItems : ZoneRequest {  // deleted
+  kel::List<q::IQuarantine::INotifications::DeletedItem> items;
+};
+struct Outcome {  // release and replay finished
+  kel::StringW context;
+  kel::List<q::IQuarantine::RestoredItem> items;
+};
+
 inline bool IdsWithinLimit(const kel::List<kel::StringW>& ids) {
   return ids.Count() <= kMaxIdsPerCall;
 }
@@ -115,6 +138,7 @@ struct JsonSchema<QuarantineAgent::DeleteRequest> : JsonSchemaBase<QuarantineAge
       InlineBase<QuarantineAgent::ZoneRequest>(),
       Required("ids",     &S::ids),
       Required("context", &S::context));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -138,6 +162,7 @@ struct JsonSchema<QuarantineAgent::SaveToFolderRequest>
       Required("ids",    &S::ids),
       Required("folder", &S::folder),
       Required("delete", &S::deleteAfterSave));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -156,6 +181,8 @@ struct JsonSchema<QuarantineAgent::PageRequest> : JsonSchemaBase<QuarantineAgent
       InlineBase<QuarantineAgent::ZoneRequest>(),
       Required("from",  &S::from),
       Required("count", &S::count));
+  static constexpr char kCheckRule[] =
+      "\"from\" and \"count\" are not negative, and \"count\" is at most 10000.";
   static bool Check(const S& s) {
     return s.from >= 0 && s.count >= 0 && s.count <= QuarantineAgent::kMaxPageSize;
   }
@@ -167,6 +194,7 @@ struct JsonSchema<QuarantineAgent::IdsRequest> : JsonSchemaBase<QuarantineAgent:
   static constexpr auto kFields = Fields(
       InlineBase<QuarantineAgent::ZoneRequest>(),
       Required("ids", &S::ids));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -205,6 +233,7 @@ struct JsonSchema<QuarantineAgent::ReleaseRequest>
       Optional("email",         &S::email),
       Required("ids",           &S::ids),
       Required("context",       &S::context));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -216,6 +245,7 @@ struct JsonSchema<QuarantineAgent::ReplayRequest> : JsonSchemaBase<QuarantineAge
       Required("deleteFromQuarantine", &S::deleteFromQuarantine),
       Optional("exclusionKeys",        &S::exclusionKeys),
       Required("context",              &S::context));
+  static constexpr char kCheckRule[] = "at most 10000 \"ids\".";
   static bool Check(const S& s) { return QuarantineAgent::IdsWithinLimit(s.ids); }
 };
 
@@ -257,6 +287,55 @@ struct JsonSchema<kel::nusdk::MailServers::Quarantine::IQuarantine::INotificatio
   static constexpr auto kFields = Fields(
       Required("id",      &S::id),
       Required("context", &S::context));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::FolderAnswer> : JsonSchemaBase<QuarantineAgent::FolderAnswer> {
+  using S = QuarantineAgent::FolderAnswer;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Required("folder", &S::folder));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::PurgeAnswer> : JsonSchemaBase<QuarantineAgent::PurgeAnswer> {
+  using S = QuarantineAgent::PurgeAnswer;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Inline(&S::settings));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::IdPage> : JsonSchemaBase<QuarantineAgent::IdPage> {
+  using S = QuarantineAgent::IdPage;
+  static constexpr auto kFields = Fields(
+      Required("totalCount", &S::totalCount),
+      Required("ids",        &S::ids));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::FolderChange> : JsonSchemaBase<QuarantineAgent::FolderChange> {
+  using S = QuarantineAgent::FolderChange;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Required("newLocation",        &S::newLocation),
+      Required("migratedOldContent", &S::migratedOldContent));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::DeletedItems> : JsonSchemaBase<QuarantineAgent::DeletedItems> {
+  using S = QuarantineAgent::DeletedItems;
+  static constexpr auto kFields = Fields(
+      InlineBase<QuarantineAgent::ZoneRequest>(),
+      Required("items", &S::items));
+};
+
+template <>
+struct JsonSchema<QuarantineAgent::Outcome> : JsonSchemaBase<QuarantineAgent::Outcome> {
+  using S = QuarantineAgent::Outcome;
+  static constexpr auto kFields = Fields(
+      Required("context", &S::context),
+      Required("items",   &S::items));
 };
 // clang-format on
 

@@ -8,6 +8,20 @@ namespace kel::nusdk::MailServers {
 ScannerAgent::ScannerAgent(const wchar_t* agentName)
     : ScanListener(agentName, L"kel::nusdk::MailServers::ScannerAgent") {}
 
+EnterpriseIntegration::EventTable ScannerAgent::Events() const {
+  static constexpr auto kItem = EnterpriseIntegration::ByCode(
+      "The item document: see reporting/item_document.h for its keys and when each is there.");
+  static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
+      {Reporting::kTransportEmailScanned, kItem},
+      {Reporting::kOnDemandEmailScanned, kItem},
+      {Reporting::kTransportObjectScanned, kItem},
+      {Reporting::kOnDemandObjectScanned, kItem},
+      {Reporting::kConnectionBlocked,
+       EnterpriseIntegration::ByCode("\"senderEmail\" and \"blockedBy\".")},
+  };
+  return kEvents;
+}
+
 int32_t ScannerAgent::OnItemScanned(const ItemScanInfo& info) {
   TraceScope trace(L"kel::nusdk::MailServers::ScannerAgent::OnItemScanned");
   try {

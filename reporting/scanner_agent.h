@@ -17,6 +17,9 @@ class ScannerAgent final : public Reporting::ScanListener {
   // sends nothing.
   int32_t OnItemScanned(const ItemScanInfo& info) override;
   int32_t OnConnectionBlocked(const ConnectionBlockedInfo& info) override;
+
+ protected:
+  EnterpriseIntegration::EventTable Events() const override;
 };
 
 }  // namespace kel::nusdk::MailServers

@@ -35,6 +35,16 @@ uint32_t kelScannerAgent::Start() {
   return code;
 }
 
+EnterpriseIntegration::EventTable kelScannerAgent::Events() const {
+  static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
+      {kStatsEvent, EnterpriseIntegration::ByCode(
+                        "\"stats\": the counts since the last report (statistics_store.h).")},
+      {Reporting::kDetectionsEvent,
+       EnterpriseIntegration::ByCode("The detections of one item (detections_event.h).")},
+  };
+  return kEvents;
+}
+
 bool kelScannerAgent::OnReportThread() const noexcept {
   return ::GetCurrentThreadId() == reportThreadId_.load();
 }

@@ -56,6 +56,11 @@ class kelScannerAgent final : public Reporting::ScanListener {
   int32_t OnItemScanned(const kel::nusdk::MailServers::ItemScanInfo& info) override;
   int32_t OnConnectionBlocked(const kel::nusdk::MailServers::ConnectionBlockedInfo& info) override;
 
+ protected:
+  EnterpriseIntegration::EventTable Events() const override;
+
+ public:
+
   // Sends and empties the statistics if there are any; true when a report
   // went out. The report thread's step, open for tests.
   bool SendStatistics();

@@ -5,7 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(cmake ninja-build make g++-mingw-w64-x86-64-posix wine64 libgtest-dev dpkg-dev clang lld slapd ldap-utils python3)
+packages=(cmake ninja-build make g++-mingw-w64-x86-64-posix wine64 libgtest-dev dpkg-dev clang lld
+  slapd ldap-utils python3 python3-jsonschema)
 sources=(libjsoncpp pugixml benchmark)
 
 as_root() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }

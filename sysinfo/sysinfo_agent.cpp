@@ -11,6 +11,30 @@
 #include "sysinfo/sysinfo_dispatch.h"
 #include "sysinfo/xml2json.h"
 
+namespace EnterpriseIntegration {
+
+// GetExchangeInfo's answer.
+// clang-format off
+template <>
+struct JsonSchema<SystemInfo::ExchangeInstallInfo> : JsonSchemaBase<SystemInfo::ExchangeInstallInfo> {
+  using S = SystemInfo::ExchangeInstallInfo;
+  static constexpr auto kFields = Fields(
+      Required("versionCode",         &S::versionCode),
+      Required("msiProductMajor",     &S::msiProductMajor),
+      Required("msiProductMinor",     &S::msiProductMinor),
+      Required("msiBuildMajor",       &S::msiBuildMajor),
+      Required("msiBuildMinor",       &S::msiBuildMinor),
+      Required("roles/mailbox",       &S::mailboxRole),
+      Required("roles/hubTransport",  &S::hubTransportRole),
+      Required("roles/edgeTransport", &S::edgeTransportRole),
+      Required("roles/clientAccess",  &S::clientAccessRole),
+      Required("installPath",         &S::installPath),
+      Required("pickupPath",          &S::pickupPath));
+};
+// clang-format on
+
+}  // namespace EnterpriseIntegration
+
 namespace SystemInfo {
 
 using EnterpriseIntegration::AnswerWith;
@@ -28,12 +52,6 @@ HMODULE ThisModule() {
   return module;
 }
 
-Json::Value UInt(uint32_t value) { return Json::Value(static_cast<Json::UInt>(value)); }
-
-std::string Utf8(const kel::StringW& text) {
-  return kel::Utf8FromWide(text.c_str(), text.Length());
-}
-
 }  // namespace
 
 Agent::Agent(const wchar_t* agentName)
@@ -48,9 +66,15 @@ Agent::~Agent() {
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"GetOrganizationStructure", Handle<&Agent::GetOrganizationStructure>},
-      {L"GetOrganizationConfiguration", Handle<&Agent::GetOrganizationConfiguration>},
-      {L"GetExchangeInfo", Handle<&Agent::GetExchangeInfo>},
+      {L"GetOrganizationStructure", Handle<&Agent::GetOrganizationStructure>,
+       EnterpriseIntegration::kNoInput,
+       EnterpriseIntegration::ByCode("\"servers\": the worker's /listmb XML as JSON (xml2json.h).")},
+      {L"GetOrganizationConfiguration", Handle<&Agent::GetOrganizationConfiguration>,
+       EnterpriseIntegration::kNoInput,
+       EnterpriseIntegration::ByCode(
+           "\"configuration\": the worker's /orgConfig XML as JSON (xml2json.h).")},
+      {L"GetExchangeInfo", Handle<&Agent::GetExchangeInfo>, EnterpriseIntegration::kNoInput,
+       EnterpriseIntegration::kOutputOf<ExchangeInstallInfo>},
   };
   return kMethods;
 }
@@ -149,22 +173,7 @@ bool Agent::GetOrganizationConfiguration(IPolicyMethod& method) {
 
 bool Agent::GetExchangeInfo(IPolicyMethod& method) {
   TraceScope trace(Qualified(L"GetExchangeInfo").c_str());
-  const ExchangeInstallInfo info = DetectExchange();
-  AnswerWith(method, kel::result::kSuccess, [&info](Json::Value& document) {
-    document["versionCode"] = UInt(info.versionCode);
-    document["msiProductMajor"] = UInt(info.msiProductMajor);
-    document["msiProductMinor"] = UInt(info.msiProductMinor);
-    document["msiBuildMajor"] = UInt(info.msiBuildMajor);
-    document["msiBuildMinor"] = UInt(info.msiBuildMinor);
-    Json::Value& roles = document["roles"];
-    roles["mailbox"] = info.mailboxRole;
-    roles["hubTransport"] = info.hubTransportRole;
-    roles["edgeTransport"] = info.edgeTransportRole;
-    roles["clientAccess"] = info.clientAccessRole;
-    document["installPath"] = Utf8(info.installPath);
-    document["pickupPath"] = Utf8(info.pickupPath);
-    return true;
-  });
+  EnterpriseIntegration::Answer(method, kel::result::kSuccess, DetectExchange());
   return true;
 }
 

@@ -40,4 +40,24 @@ bool ConditionCodec::Save(const kel::nusdk::MailServers::Condition& value, Json:
   return true;
 }
 
+void ConditionCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  out = detail::ObjectSchema(direction);
+  const bool input = direction == SchemaDirection::kInput;
+  Json::Value& properties = out["properties"];
+  properties[json_keys::kConsider] = FlagsSchema(rules::kAddressFormNames.view(), direction);
+  out["required"].append(json_keys::kConsider);
+  Json::Value list;
+  DescribeCodec(DefaultCodecOf<StringList>(), direction, list);
+  const char* const lists[] = {json_keys::kEmails, json_keys::kGroups, json_keys::kWildcards,
+                               json_keys::kDomains};
+  for (const char* key : lists) {
+    properties[key] = list;
+    if (!input) out["required"].append(key);
+  }
+  if (input) {
+    properties[json_keys::kUsers] = list;
+    AddDescription(properties[json_keys::kUsers], "Read instead of \"emails\" when present.");
+  }
+}
+
 }  // namespace EnterpriseIntegration

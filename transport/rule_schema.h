@@ -3,6 +3,7 @@
 // with its scope ("processIf"), the traffic and address-form flag sets, and
 // the common action tables. Each filter's rule schema pulls the header in with
 // InlineBase<RuleHeader>() and ends with StopProcessingField<Rule>().
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "sdk/mailservers/rule_common.h"
 
@@ -55,6 +56,7 @@ inline constexpr auto kCommonSecondaryActionNames = EnumNames({
 struct ConditionCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, kel::nusdk::MailServers::Condition& out) const;
   bool Save(const kel::nusdk::MailServers::Condition& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 template <>
 struct DefaultCodecFor<kel::nusdk::MailServers::Condition> {

@@ -14,9 +14,43 @@
 #include "transport/domaincheck/domaincheck_schema.h"
 
 namespace Transport {
+namespace {
+
+// SetDenyMessage's three parts.
+struct DenyMessageParts {
+  kel::StringW code;
+  kel::StringW enhancedCode;
+  kel::StringW text;
+};
+
+}  // namespace
+}  // namespace Transport
+
+namespace EnterpriseIntegration {
+
+// clang-format off
+template <>
+struct JsonSchema<Transport::DenyMessageParts> : JsonSchemaBase<Transport::DenyMessageParts> {
+  using S = Transport::DenyMessageParts;
+  static constexpr auto kFields = Fields(
+      Required(json_keys::kMessageCode,         &S::code),
+      Required(json_keys::kMessageEnhancedCode, &S::enhancedCode),
+      Required(json_keys::kMessageText,         &S::text));
+};
+// clang-format on
+
+}  // namespace EnterpriseIntegration
+
+namespace Transport {
 
 using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::kInputAt;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoInput;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputAt;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::LoadInput;
 using EnterpriseIntegration::ServPlugin;
 constexpr auto kOptional = EnterpriseIntegration::PluginNeed::kOptional;
@@ -48,20 +82,33 @@ Agent::Agent(const wchar_t* agentName)
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"GetDenyMessage", Handle<&Agent::GetDenyMessage>},
-      {L"SetDenyMessage", Handle<&Agent::SetDenyMessage>},
-      {L"SetExclusionKeys", Handle<&Agent::SetExclusionKeys>},
-      {L"GetExclusionKeys", Handle<&Agent::GetExclusionKeys>},
-      {L"SetAntispamRules", Handle<&Agent::SetAntispamRules>},
-      {L"GetAntispamRules", Handle<&Agent::GetAntispamRules>},
-      {L"SetAntivirusRules", Handle<&Agent::SetAntivirusRules>},
-      {L"GetAntivirusRules", Handle<&Agent::GetAntivirusRules>},
-      {L"SetAttachmentRules", Handle<&Agent::SetAttachmentRules>},
-      {L"GetAttachmentRules", Handle<&Agent::GetAttachmentRules>},
-      {L"SetContentRules", Handle<&Agent::SetContentRules>},
-      {L"GetContentRules", Handle<&Agent::GetContentRules>},
-      {L"SetDomainCheckRules", Handle<&Agent::SetDomainCheckRules>},
-      {L"GetDomainCheckRules", Handle<&Agent::GetDomainCheckRules>},
+      {L"GetDenyMessage", Handle<&Agent::GetDenyMessage>, kNoInput,
+       kOutputAt<json_keys::kMessage, kel::StringW>},
+      {L"SetDenyMessage", Handle<&Agent::SetDenyMessage>, kInputOf<DenyMessageParts>, kNoOutput},
+      {L"SetExclusionKeys", Handle<&Agent::SetExclusionKeys>,
+       kInputAt<json_keys::kKeys, kel::List<kel::StringW>>, kNoOutput},
+      {L"GetExclusionKeys", Handle<&Agent::GetExclusionKeys>, kNoInput,
+       kOutputAt<json_keys::kKeys, kel::List<kel::StringW>>},
+      {L"SetAntispamRules", Handle<&Agent::SetAntispamRules>, kInputOf<ms::Antispam::RuleSet>,
+       kNoOutput},
+      {L"GetAntispamRules", Handle<&Agent::GetAntispamRules>, kNoInput,
+       kOutputOf<ms::Antispam::RuleSet>},
+      {L"SetAntivirusRules", Handle<&Agent::SetAntivirusRules>,
+       kInputOf<ms::Antivirus::TransportRuleSet>, kNoOutput},
+      {L"GetAntivirusRules", Handle<&Agent::GetAntivirusRules>, kNoInput,
+       kOutputOf<ms::Antivirus::TransportRuleSet>},
+      {L"SetAttachmentRules", Handle<&Agent::SetAttachmentRules>,
+       kInputOf<ms::Attachment::RuleSet>, kNoOutput},
+      {L"GetAttachmentRules", Handle<&Agent::GetAttachmentRules>, kNoInput,
+       kOutputOf<ms::Attachment::RuleSet>},
+      {L"SetContentRules", Handle<&Agent::SetContentRules>, kInputOf<ms::Content::RuleSet>,
+       kNoOutput},
+      {L"GetContentRules", Handle<&Agent::GetContentRules>, kNoInput,
+       kOutputOf<ms::Content::RuleSet>},
+      {L"SetDomainCheckRules", Handle<&Agent::SetDomainCheckRules>,
+       kInputOf<ms::DomainCheck::RuleSet>, kNoOutput},
+      {L"GetDomainCheckRules", Handle<&Agent::GetDomainCheckRules>, kNoInput,
+       kOutputOf<ms::DomainCheck::RuleSet>},
   };
   return kMethods;
 }
@@ -116,16 +163,13 @@ bool Agent::GetDenyMessage(IPolicyMethod& method) {
 // Three parts in, one string to the plug-in: "code enhancedCode text". It is
 // read back as that one string, never split again.
 bool Agent::SetDenyMessage(IPolicyMethod& method) {
-  kel::StringW code, enhancedCode, text;
-  if (!LoadInput(method, json_keys::kMessageCode, code) ||
-      !LoadInput(method, json_keys::kMessageEnhancedCode, enhancedCode) ||
-      !LoadInput(method, json_keys::kMessageText, text))
-    return false;
-  kel::StringW message(code);
+  DenyMessageParts parts;
+  if (!LoadInput(method, parts)) return false;
+  kel::StringW message(parts.code);
   message += L" ";
-  message += enhancedCode;
+  message += parts.enhancedCode;
   message += L" ";
-  message += text;
+  message += parts.text;
   method.SetResult(plugin()->SetDenyMessage(message));
   return true;
 }

@@ -114,7 +114,7 @@ int Run(const Arguments& args) {
 
   kelhost::Session session(kelhost::HostParts{&manager, &components, &servMain, &plugins,
                                               module.create(), module.destroy(),
-                                              module.drainLines()});
+                                              module.drainLines(), module.describe()});
   kelhost::Runner runner(session, std::cout, std::cerr);
   if (scripts.empty()) {
     runner.Run(std::cin, "stdin");

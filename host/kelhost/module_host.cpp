@@ -44,6 +44,7 @@ bool ModuleHost::Load(const std::wstring& modulePath, std::string& problem) {
     module_.reset();
     return false;
   }
+  describe_ = kel::ProcAddress<KelDescribeClassesFn>(module_.get(), "KelDescribeClasses");
   return true;
 }
 

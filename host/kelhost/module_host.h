@@ -22,6 +22,8 @@ class ModuleHost {
   // Null without a recording log.dll.
   LogSinkDrainLinesFn drainLines() const { return drainLines_; }
   LogSinkSetOutputFileFn setOutputFile() const { return setOutputFile_; }
+  // Null for a module without the tooling export.
+  KelDescribeClassesFn describe() const { return describe_; }
 
  private:
   kel::UniqueModule log_;  // declared first, so it is freed after the module
@@ -30,6 +32,7 @@ class ModuleHost {
   KelDestroyObjectFn destroy_ = nullptr;
   LogSinkDrainLinesFn drainLines_ = nullptr;
   LogSinkSetOutputFileFn setOutputFile_ = nullptr;
+  KelDescribeClassesFn describe_ = nullptr;
 };
 
 }  // namespace kelhost

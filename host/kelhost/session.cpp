@@ -12,6 +12,7 @@
 #include <json/writer.h>
 
 #include "frame/interface_id_text.h"
+#include "frame/result_codes.h"
 #include "host/kelhost/json_io.h"
 #include "host/kelhost/policy_method.h"
 #include "host/kelhost/sinks.h"
@@ -105,6 +106,7 @@ const std::map<std::string, Session::Op>& Session::Ops() {
   static const char* const kSleep[] = {"ms", nullptr};
   static const char* const kRegistry[] = {"override", "key", "values", "delete", nullptr};
   static const char* const kEnv[] = {"name", "value", "inheritableEvent", nullptr};
+  static const char* const kDescribe[] = {"class", nullptr};
   // clang-format off
   static const std::map<std::string, Op> ops = {
       {"create",      {&Session::Create, kCreate}},
@@ -126,6 +128,7 @@ const std::map<std::string, Session::Op>& Session::Ops() {
       {"sleep",       {&Session::Sleep, kSleep}},
       {"registry",    {&Session::Registry, kRegistry}},
       {"env",         {&Session::Environment, kEnv}},
+      {"describe",    {&Session::Describe, kDescribe}},
   };
   // clang-format on
   return ops;
@@ -598,6 +601,41 @@ void Session::Shutdown() noexcept {
       parts_.destroy(instance->className.c_str(), instance->object);
     }
   } catch (...) {
+  }
+}
+
+namespace {
+
+// What the module's describe export hands over: one document per class, or
+// null for a class whose objects cannot describe themselves.
+void CollectSchemas(const wchar_t* className, ISchemaSource* source, void* context) {
+  Json::Value document;
+  if (source == nullptr || source->DescribeSchemas(&document) != 0) document = Json::Value();
+  (*static_cast<Json::Value*>(context))[kel::Utf8FromWide(className, std::wcslen(className))] =
+      std::move(document);
+}
+
+}  // namespace
+
+void Session::Describe(const Json::Value& command, Json::Value& reply) {
+  if (parts_.describe == nullptr) {
+    throw OpError{"no describe", "the module does not export KelDescribeClasses"};
+  }
+  const Json::Value* named = Field(command, "class");
+  const std::wstring className =
+      named ? kel::WideFromUtf8(RequiredString(command, "class")) : std::wstring();
+  Json::Value classes(Json::objectValue);
+  const uint32_t code =
+      parts_.describe(named ? className.c_str() : nullptr, &CollectSchemas, &classes);
+  if (code == kel::result::kNotFound) {
+    throw OpError{"unknown class", "the module registers no class " + Quoted(named->asString())};
+  }
+  if (code != 0) throw OpError{"describe", "KelDescribeClasses answered " + std::to_string(code)};
+  if (named) {
+    reply["class"] = *named;
+    reply["schema"] = classes[named->asString()];
+  } else {
+    reply["classes"] = std::move(classes);
   }
 }
 

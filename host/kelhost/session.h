@@ -36,6 +36,7 @@ struct HostParts {
   KelCreateObjectFn create;
   KelDestroyObjectFn destroy;
   LogSinkDrainLinesFn drainLines;  // null: the "log" op answers an error
+  KelDescribeClassesFn describe;   // null: the "describe" op answers an error
 };
 
 // The policy identifier of "call" when the command gives none.
@@ -116,6 +117,7 @@ class Session {
   void Sleep(const Json::Value& command, Json::Value& reply);
   void Registry(const Json::Value& command, Json::Value& reply);
   void Environment(const Json::Value& command, Json::Value& reply);
+  void Describe(const Json::Value& command, Json::Value& reply);
 
   HostParts parts_;
   std::map<std::string, Instance> instances_;  // by the "as" name

@@ -35,10 +35,10 @@ class RulesAgent final : public EnterpriseIntegration::AgentBase {
 
  private:
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"RunTask", EnterpriseIntegration::Handle<&RulesAgent::Run>},
-      {L"Reject", EnterpriseIntegration::Handle<&RulesAgent::Reject>},
-      {L"PassThrough", EnterpriseIntegration::Handle<&RulesAgent::PassThrough>},
-      {L"Throw", EnterpriseIntegration::Handle<&RulesAgent::Throw>},
+      {L"RunTask", EnterpriseIntegration::Handle<&RulesAgent::Run>, {}, {}},
+      {L"Reject", EnterpriseIntegration::Handle<&RulesAgent::Reject>, {}, {}},
+      {L"PassThrough", EnterpriseIntegration::Handle<&RulesAgent::PassThrough>, {}, {}},
+      {L"Throw", EnterpriseIntegration::Handle<&RulesAgent::Throw>, {}, {}},
   };
 };
 

@@ -64,9 +64,10 @@ class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
 
  private:
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"Echo", EnterpriseIntegration::Handle<&ProbeAgent::Echo>},
-      {L"PassThrough", EnterpriseIntegration::Handle<&ProbeAgent::PassThrough>},
-      {L"echo", EnterpriseIntegration::Handle<&ProbeAgent::Reject>},  // shadowed: first match wins
+      {L"Echo", EnterpriseIntegration::Handle<&ProbeAgent::Echo>, {}, {}},
+      {L"PassThrough", EnterpriseIntegration::Handle<&ProbeAgent::PassThrough>, {}, {}},
+      // shadowed: first match wins
+      {L"echo", EnterpriseIntegration::Handle<&ProbeAgent::Reject>, {}, {}},
   };
   EnterpriseIntegration::NotificationRegistration advice_{*this};
 };

@@ -55,7 +55,7 @@ TEST(ModuleHostTest, TheModulesLinesReachTheLogFileAndTheDrain) {
     ComponentManager components{manager, plugins};
     ServMain servMain{&components};
     Session session{HostParts{&manager, &components, &servMain, &plugins, module.create(),
-                              module.destroy(), module.drainLines()}};
+                              module.destroy(), module.drainLines(), module.describe()}};
     session.Execute(J(R"({"op":"log"})"));  // whatever came before
     for (const char* command :
          {R"({"op":"create","class":"Test.Fake.Agent","as":"f"})", R"({"op":"init","agent":"f"})",

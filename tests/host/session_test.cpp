@@ -86,7 +86,8 @@ class SessionTest : public ::testing::Test {
   ComponentManager components{manager, plugins};
   ServMain servMain{&components};
   Session session{
-      HostParts{&manager, &components, &servMain, &plugins, &FakeCreate, &FakeDestroy, nullptr}};
+      HostParts{&manager, &components, &servMain, &plugins, &FakeCreate, &FakeDestroy, nullptr,
+                nullptr}};
 };
 
 TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
@@ -120,6 +121,7 @@ TEST_F(SessionTest, BadCommandsGetErrorRepliesThatEchoTheOp) {
            "data":{"colour":"red"}})",
        "bad data"},
       {R"({"op":"log"})", "no log library"},
+      {R"({"op":"describe"})", "no describe"},
       {R"({"op":"log","agent":"x"})", "unknown field"},
       {R"({"op":"events","expectHAs":{}})", "unknown field"},
   };

@@ -8,6 +8,10 @@ namespace Antispam {
 
 using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoInput;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::LoadInput;
 using RBLSettings = kel::nusdk::MailServers::Antispam::IAntispam::RBLSettings;
 
@@ -17,8 +21,8 @@ Agent::Agent(const wchar_t* agentName)
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"SetRBLSettings", Handle<&Agent::SetRBLSettings>},
-      {L"GetRBLSettings", Handle<&Agent::GetRBLSettings>},
+      {L"SetRBLSettings", Handle<&Agent::SetRBLSettings>, kInputOf<RBLSettings>, kNoOutput},
+      {L"GetRBLSettings", Handle<&Agent::GetRBLSettings>, kNoInput, kOutputOf<RBLSettings>},
   };
   return kMethods;
 }

@@ -56,6 +56,8 @@ struct JsonSchema<antispam::RBLSettings> : JsonSchemaBase<antispam::RBLSettings>
       Optional(json_keys::kServers,           &S::servers,            Default()));
   // Servers to ask need a DNS server to ask them through: the given address,
   // or the system's own unless those are skipped. Refused without a log line.
+  static constexpr char kCheckRule[] =
+      "\"servers\" with \"skipSystemServers\" need a non-empty \"dnsAddress\".";
   static bool Check(const S& s) {
     return s.servers.IsEmpty() || !s.dnsAddress.IsEmpty() || !s.skipSystemServers;
   }

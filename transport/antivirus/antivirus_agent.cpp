@@ -10,6 +10,10 @@ namespace Antivirus {
 // code is the result, and only a 0 writes the output.
 using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoInput;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::LoadInput;
 using EnterpriseIntegration::antivirus::FooterSetting;
 using EnterpriseIntegration::antivirus::FooterState;
@@ -24,12 +28,15 @@ Agent::Agent(const wchar_t* agentName)
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"IsFooterEnabled", Handle<&Agent::IsFooterEnabled>},
-      {L"SetFooterEnabled", Handle<&Agent::SetFooterEnabled>},
-      {L"GetFooter", Handle<&Agent::GetFooter>},
-      {L"SetFooter", Handle<&Agent::SetFooter>},
-      {L"GetReplacementTexts", Handle<&Agent::GetReplacementTexts>},
-      {L"SetReplacementTexts", Handle<&Agent::SetReplacementTexts>},
+      {L"IsFooterEnabled", Handle<&Agent::IsFooterEnabled>, kInputOf<FooterState>,
+       kOutputOf<FooterState>},
+      {L"SetFooterEnabled", Handle<&Agent::SetFooterEnabled>, kInputOf<FooterSwitch>, kNoOutput},
+      {L"GetFooter", Handle<&Agent::GetFooter>, kInputOf<FooterText>, kOutputOf<FooterText>},
+      {L"SetFooter", Handle<&Agent::SetFooter>, kInputOf<FooterSetting>, kNoOutput},
+      {L"GetReplacementTexts", Handle<&Agent::GetReplacementTexts>, kNoInput,
+       kOutputOf<ReplacementTexts>},
+      {L"SetReplacementTexts", Handle<&Agent::SetReplacementTexts>, kInputOf<ReplacementTexts>,
+       kNoOutput},
   };
   return kMethods;
 }

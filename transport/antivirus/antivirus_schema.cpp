@@ -100,4 +100,32 @@ bool ReplacementTextsCodec::Save(const ReplacementTexts& value, Json::Value& out
   return StructCodec<ReplacementTexts>().Save(value, out);
 }
 
+void FooterTypesCodec::Describe(SchemaDirection, Json::Value& out) const {
+  out = FlagsSchema(rules::kTrafficNames.view(), SchemaDirection::kOutput);
+  out.removeMember("uniqueItems");
+  AddDescription(out, "An empty list changes no direction.");
+}
+
+void ArchiveDepthCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  out = IntegerSchema(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max());
+  if (direction == SchemaDirection::kInput) {
+    Json::Value pattern(Json::objectValue);
+    pattern["const"] = Json::Value(static_cast<Json::UInt>(std::numeric_limits<uint32_t>::max()));
+    out = EitherSchema(std::move(out), std::move(pattern));
+  }
+  AddDescription(out, "-1 is no limit (4294967295 is read as -1).");
+}
+
+void ReplacementTextsCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  DescribeCodec(StructCodec<ReplacementTexts>(), direction, out);
+  if (direction == SchemaDirection::kOutput) return;
+  // Without "scanned": the scanned pair at the top, and the unscannable one empty.
+  Json::Value flat = detail::ObjectSchema(direction);
+  detail::DescribeMembers<ReplacementTexts::Pair>(direction, flat);
+  DescribeCodec(StringCodec(), direction,
+                detail::PropertyAt(flat, json_keys::kMoreInformation, true, direction));
+  flat["not"]["required"].append(json_keys::kScanned);
+  out = EitherSchema(std::move(out), std::move(flat));
+}
+
 }  // namespace EnterpriseIntegration

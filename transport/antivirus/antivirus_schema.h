@@ -5,6 +5,7 @@
 // agent's own methods.
 #include <cstdint>
 
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "sdk/mailservers/antivirus.h"
 #include "transport/rule_schema.h"
@@ -83,6 +84,7 @@ struct FooterText {  // "GetFooter": in "type", out "footer" and "type" again
 struct FooterTypesCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, uint32_t& out) const;
   bool Save(const uint32_t& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // "maxArchiveDepth": the plug-in's unlimited depth 16 is -1 in JSON, both
@@ -91,6 +93,7 @@ struct FooterTypesCodec : JsonCodec {
 struct ArchiveDepthCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, int32_t& out) const;
   bool Save(const int32_t& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 // Replacement texts come in two forms. With "scanned" present, the nested
@@ -102,6 +105,7 @@ struct ReplacementTextsCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, kel::nusdk::MailServers::Antivirus::ReplacementTexts& out) const;
   bool Save(const kel::nusdk::MailServers::Antivirus::ReplacementTexts& value,
             Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 template <>
 struct DefaultCodecFor<kel::nusdk::MailServers::Antivirus::ReplacementTexts> {
@@ -207,6 +211,8 @@ template <>
 struct JsonSchema<kel::nusdk::MailServers::Antivirus::RuleSet>
     : RuleSetEnvelopeSchema<kel::nusdk::MailServers::Antivirus::RuleSet> {
   using S = kel::nusdk::MailServers::Antivirus::RuleSet;
+  static constexpr char kCheckRule[] =
+      "a rule that redirects infected or suspect mail has a non-empty \"redirectEmailTo\".";
   static bool Check(const S& s) { return antivirus::CheckRedirectTargets(s); }
 };
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "sdk/mailservers/attachment.h"
 #include "transport/rule_schema.h"
@@ -104,6 +105,18 @@ struct SecondaryDataCodec : JsonCodec {
     }
   }
 
+  void Describe(SchemaDirection direction, Json::Value& out) const {
+    if constexpr (Kind == attachment::SecondaryAction::kText) {
+      DescribeCodec(DefaultCodecOf<kel::StringW>(), direction, out);
+    } else if constexpr (Kind == attachment::SecondaryAction::kForwardAddress) {
+      DescribeCodec(DefaultCodecOf<ForwardAddress>(), direction, out);
+    } else if constexpr (Kind == attachment::SecondaryAction::kNotification) {
+      DescribeCodec(DefaultCodecOf<kel::nusdk::MailServers::NotifyData>(), direction, out);
+    } else {
+      DescribeCodec(DefaultCodecOf<kel::List<kel::StringW>>(), direction, out);
+    }
+  }
+
   bool Save(const Data& value, Json::Value& out) const {
     if constexpr (Kind == attachment::SecondaryAction::kText) {
       return DefaultCodecOf<kel::StringW>().Save(value.text, out);
@@ -185,6 +198,8 @@ struct JsonSchema<attachment::OnDetection::MainAction>
   static constexpr auto kFields = Fields(
       Required(json_keys::kAction, &S::action, attachment::kMainActionNames),
       Optional(json_keys::kData,   &S::data));
+  static constexpr char kCheckRule[] =
+      "\"redirectEmail\" and \"replaceAttachment\" have a non-empty \"data\".";
   static bool Check(const S& s) { return !attachment::NeedsData(s.action) || !s.data.IsEmpty(); }
 };
 

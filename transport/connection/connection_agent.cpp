@@ -8,9 +8,28 @@ namespace {
 
 using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::kInputOf;
+using EnterpriseIntegration::kNoInput;
+using EnterpriseIntegration::kNoOutput;
+using EnterpriseIntegration::kOutputOf;
 using EnterpriseIntegration::LoadInput;
+using EnterpriseIntegration::SchemaDirection;
 using kel::nusdk::MailServers::Connection::SenderBlackList;
 namespace json_keys = EnterpriseIntegration::json_keys;
+
+// SetSenderBlackList's two forms: {"entries": [...]} or the list itself.
+void WriteBlackListInput(Json::Value& schema) {
+  Json::Value entries;
+  EnterpriseIntegration::kInputAt<json_keys::kEntries, kel::List<kel::StringW>>.write(entries);
+  entries.removeMember("$schema");
+  Json::Value full = EnterpriseIntegration::SchemaOf<SenderBlackList>(SchemaDirection::kInput);
+  full.removeMember("$schema");
+  schema = EnterpriseIntegration::EitherSchema(std::move(entries), std::move(full));
+  schema["$schema"] = EnterpriseIntegration::kSchemaDialect;
+  EnterpriseIntegration::AddDescription(schema, "With \"entries\" present, only it is read.");
+}
+constexpr auto kBlackListInput = EnterpriseIntegration::SchemaShape(&WriteBlackListInput);
+constexpr auto kBlackListOutput = kOutputOf<SenderBlackList>;
 
 }  // namespace
 
@@ -24,21 +43,27 @@ EnterpriseIntegration::PolicyMethodTable ConnectionAgent::PolicyMethods() const 
   // matched whole; the short names are matched bare or behind the prefix.
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
       {L"MailServers.ConnectionFilter.SenderBlackList.GetList",
-       Handle<&ConnectionAgent::GetSenderBlackList>},
+       Handle<&ConnectionAgent::GetSenderBlackList>, kNoInput, kBlackListOutput},
       {L"MailServers.ConnectionFilter.SenderBlackList.SetList",
-       Handle<&ConnectionAgent::SetSenderBlackList>},
+       Handle<&ConnectionAgent::SetSenderBlackList>, kBlackListInput, kNoOutput},
       {L"MailServers.ConnectionFilter.SenderBlackList.IsEnabled",
-       Handle<&ConnectionAgent::IsSenderBlackListEnabled>},
+       Handle<&ConnectionAgent::IsSenderBlackListEnabled>, kNoInput, kOutputOf<Switch>},
       {L"MailServers.ConnectionFilter.SenderBlackList.SetEnabled",
-       Handle<&ConnectionAgent::SetSenderBlackListEnabled>},
-      {L"MailServers.ConnectionFilter.SetEnabled", Handle<&ConnectionAgent::SetEnabled>},
-      {L"MailServers.ConnectionFilter.IsEnabled", Handle<&ConnectionAgent::IsEnabled>},
-      {L"GetSenderBlackList", Handle<&ConnectionAgent::GetSenderBlackList>},
-      {L"SetSenderBlackList", Handle<&ConnectionAgent::SetSenderBlackList>},
-      {L"IsSenderBlackListEnabled", Handle<&ConnectionAgent::IsSenderBlackListEnabled>},
-      {L"SetSenderBlackListEnabled", Handle<&ConnectionAgent::SetSenderBlackListEnabled>},
-      {L"IsEnabled", Handle<&ConnectionAgent::IsEnabled>},
-      {L"SetEnabled", Handle<&ConnectionAgent::SetEnabled>},
+       Handle<&ConnectionAgent::SetSenderBlackListEnabled>, kInputOf<Switch>, kNoOutput},
+      {L"MailServers.ConnectionFilter.SetEnabled", Handle<&ConnectionAgent::SetEnabled>,
+       kInputOf<Switch>, kNoOutput},
+      {L"MailServers.ConnectionFilter.IsEnabled", Handle<&ConnectionAgent::IsEnabled>, kNoInput,
+       kOutputOf<Switch>},
+      {L"GetSenderBlackList", Handle<&ConnectionAgent::GetSenderBlackList>, kNoInput,
+       kBlackListOutput},
+      {L"SetSenderBlackList", Handle<&ConnectionAgent::SetSenderBlackList>, kBlackListInput,
+       kNoOutput},
+      {L"IsSenderBlackListEnabled", Handle<&ConnectionAgent::IsSenderBlackListEnabled>, kNoInput,
+       kOutputOf<Switch>},
+      {L"SetSenderBlackListEnabled", Handle<&ConnectionAgent::SetSenderBlackListEnabled>,
+       kInputOf<Switch>, kNoOutput},
+      {L"IsEnabled", Handle<&ConnectionAgent::IsEnabled>, kNoInput, kOutputOf<Switch>},
+      {L"SetEnabled", Handle<&ConnectionAgent::SetEnabled>, kInputOf<Switch>, kNoOutput},
   };
   return kMethods;
 }

@@ -15,4 +15,10 @@ bool MatchCodec::Save(const Match& value, Json::Value& out) const {
   return StructCodec<Match>().Save(value, out);
 }
 
+void MatchCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  DescribeCodec(StructCodec<Match>(), direction, out);
+  // A match without an engine name fails the whole save instead.
+  if (direction == SchemaDirection::kOutput) out["required"].append(json_keys::kEngine);
+}
+
 }  // namespace EnterpriseIntegration::content

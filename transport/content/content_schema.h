@@ -7,6 +7,7 @@
 // JsonSerializer<kel::nusdk::MailServers::Content::RuleSet>.
 #include <cstdint>
 
+#include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
 #include "sdk/mailservers/content.h"
 #include "transport/rule_actions.h"
@@ -60,6 +61,7 @@ struct IsNotRedirect {
 struct MatchCodec : JsonCodec {
   bool Load(const JsonNodeRef& at, Match& out) const;
   bool Save(const Match& value, Json::Value& out) const;
+  void Describe(SchemaDirection direction, Json::Value& out) const;
 };
 
 }  // namespace content
@@ -111,6 +113,7 @@ struct JsonSchema<content::OnDetection::MainAction>
       Required(json_keys::kData,   &S::data,   When(rules::ActionIs<rules::kCommonRedirectEmail>())),
       Optional(json_keys::kData,   &S::data,   When(content::IsNotRedirect())));
   // A redirect needs somewhere to go.
+  static constexpr char kCheckRule[] = "\"redirectEmail\" has a non-empty \"data\".";
   static bool Check(const S& s) {
     return s.action != rules::kCommonRedirectEmail || !s.data.IsEmpty();
   }

@@ -14,8 +14,10 @@ Agent::Agent(const wchar_t* agentName)
 
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"SetSettings", Handle<&Agent::SetSettings>},
-      {L"GetSettings", Handle<&Agent::GetSettings>},
+      {L"SetSettings", Handle<&Agent::SetSettings>,
+       EnterpriseIntegration::kInputOf<SampleSettings>, EnterpriseIntegration::kNoOutput},
+      {L"GetSettings", Handle<&Agent::GetSettings>, EnterpriseIntegration::kNoInput,
+       EnterpriseIntegration::kOutputOf<SampleSettings>},
   };
   return kMethods;
 }

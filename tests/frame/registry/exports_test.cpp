@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "frame/exports.h"
@@ -75,11 +76,12 @@ class ModuleExports : public ::testing::Test {
   KelDestroyObjectFn destroy_ = nullptr;
 };
 
-// Exactly the two entry points, and they refuse unknown names and null arguments.
+// Exactly the two entry points and the tooling one, and they refuse unknown
+// names and null arguments.
 TEST_F(ModuleExports, ProductModuleExportsTheTwoEntryPointsOnly) {
   Load(L"kelagents.dll");
   EXPECT_EQ(ExportedNames(module_.get()),
-            (std::set<std::string>{"KelCreateObject", "KelDestroyObject"}));
+            (std::set<std::string>{"KelCreateObject", "KelDescribeClasses", "KelDestroyObject"}));
   void* out = reinterpret_cast<void*>(1);
   EXPECT_EQ(Create(L"No.Such.Agent", IID_IKelBaseInterface, &out), 1168u);
   EXPECT_EQ(out, nullptr);
@@ -164,6 +166,43 @@ TEST_F(RegistryThroughExports, RefusedCreatesYieldNotFoundAndKeepNothing) {
   destroy_(L"Unknown.Agent", reinterpret_cast<void*>(0x1234));  // ignored, not dereferenced
   destroy_(L"Test.Counted.Agent", held);
   EXPECT_EQ(Live(kCounted), 0) << "no failed create may have kept a reference";
+}
+
+// What the describe export hands its visitor: every class in name order, each
+// object's schema source or null, and each object given back afterwards, so
+// that a singleton the caller holds keeps its instance and its count.
+TEST_F(RegistryThroughExports, DescribeVisitsEveryClassAndGivesItsObjectBack) {
+  const auto describe = kel::ProcAddress<KelDescribeClassesFn>(module_.get(), "KelDescribeClasses");
+  ASSERT_NE(describe, nullptr);
+  using Visits = std::vector<std::pair<std::wstring, bool>>;  // class, has a source
+  const KelSchemaVisitor record = [](const wchar_t* name, ISchemaSource* source, void* context) {
+    static_cast<Visits*>(context)->emplace_back(name, source != nullptr);
+  };
+  const Visits every = {{L"Test.Counted.Agent", true},
+                        {L"Test.Failing.Agent", false},  // cannot be made
+                        {L"test.PerCall.Object", false},
+                        {L"test.Stats", false}};
+  for (const bool holding : {false, true}) {
+    IRegistryProbe* held = holding ? CreateProbe(L"Test.Counted.Agent") : nullptr;
+    const int serial = held ? held->Serial() : 0;
+    Visits visits;
+    EXPECT_EQ(describe(nullptr, record, &visits), 0u);
+    EXPECT_EQ(visits, every) << holding;
+    visits.clear();
+    EXPECT_EQ(describe(L"Test.Counted.Agent", record, &visits), 0u);
+    EXPECT_EQ(visits, (Visits{{L"Test.Counted.Agent", true}}));
+    EXPECT_EQ(Live(kCounted), holding ? 1 : 0) << "described objects are given back";
+    EXPECT_EQ(Live(kPerCall), 0);
+    if (held) {
+      EXPECT_EQ(held->Serial(), serial) << "the held singleton was described, not replaced";
+      destroy_(L"Test.Counted.Agent", held);
+      EXPECT_EQ(Live(kCounted), 0) << "describing left no reference behind";
+    }
+  }
+  Visits visits;
+  EXPECT_EQ(describe(L"test.counted.agent", record, &visits), 1168u);
+  EXPECT_EQ(describe(L"Test.Counted.Agent", nullptr, &visits), 160u);
+  EXPECT_TRUE(visits.empty());
 }
 
 TEST_F(RegistryThroughExports, ConcurrentCreateAndDestroyKeepTheCountExact) {

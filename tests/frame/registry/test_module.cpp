@@ -5,6 +5,7 @@
 #include <string>
 
 #include "frame/exported_declaration.h"
+#include "frame/schema_source.h"
 #include "tests/frame/registry/probe.h"
 
 namespace {
@@ -32,9 +33,15 @@ class Probe : public IRegistryProbe {
   std::wstring agentName_;
 };
 
-class CountedAgent final : public Probe {
+// Describes itself, as an agent does; the document is not looked at here.
+class CountedAgent final : public Probe, private ISchemaSource {
  public:
   explicit CountedAgent(const wchar_t* agentName) : Probe(agentName, kCounted) {}
+  void* QueryInterface(const kel::InterfaceId* iid) override {
+    if (*iid == IID_ISchemaSource) return static_cast<ISchemaSource*>(this);
+    return Probe::QueryInterface(iid);
+  }
+  uint32_t DescribeSchemas(Json::Value* document) override { return document ? 0 : 160; }
 };
 
 class Impostor final : public Probe {
