@@ -326,7 +326,7 @@ class Runner {
       }
       host.session = std::make_unique<kelhost::Session>(kelhost::HostParts{
           &host.manager, &host.components, &host.servMain, &host.plugins, host.module.create(),
-          host.module.destroy(), host.module.drainLines()});
+          host.module.destroy(), host.module.drainLines(), host.module.describe()});
       for (size_t i = 0; i < index; ++i) {
         if (script.lines[i].line.readable) host.session->Execute(script.lines[i].line.command);
       }
