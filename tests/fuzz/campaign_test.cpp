@@ -18,7 +18,7 @@ namespace {
 
 // Fixed for `make test`, so that a failure there is a failure every time.
 constexpr uint64_t kDefaultSeed = 20261124;
-constexpr size_t kDefaultCalls = 250;
+constexpr size_t kDefaultCalls = 1000;
 
 std::string Env(const char* name) {
   const char* value = std::getenv(name);
@@ -49,6 +49,8 @@ CampaignOptions OptionsFromEnvironment() {
 }
 
 TEST(BadInputCampaign, EveryMethodOfEveryAgentRefusesBadInputAndKeepsItsState) {
+  // ctest runs the campaign in one entry per agent class, not here too.
+  if (!Env("KEL_FUZZ_SKIP_CAMPAIGN").empty()) GTEST_SKIP();
   const CampaignOptions options = OptionsFromEnvironment();
   // Saving quarantine items writes files wherever a mutated path points;
   // relative ones land in a scratch folder beside the program, not in
@@ -82,10 +84,9 @@ TEST(BadInputCampaign, EveryMethodOfEveryAgentRefusesBadInputAndKeepsItsState) {
               static_cast<unsigned long long>(options.seed));
   for (const std::string& problem : outcome.problems) ADD_FAILURE() << problem;
   for (const std::string& failure : outcome.failures) ADD_FAILURE() << failure;
-  if (options.only.empty()) {
-    // Every agent that serves methods, every method its scripts call.
-    EXPECT_GE(outcome.methods.size(), 70u);
-  }
+  // Every agent that serves methods, every method its scripts call; a
+  // narrowed run must still have found something to call.
+  EXPECT_GE(outcome.methods.size(), options.only.empty() ? 70u : 1u);
 }
 
 }  // namespace
