@@ -52,7 +52,6 @@ class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
     method.SetResult(0);
     return true;
   }
-  bool Reject(IPolicyMethod&) { return false; }
   bool PassThrough(IPolicyMethod& method) {
     method.SetResult(2250);
     return true;
@@ -66,8 +65,6 @@ class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
       {L"Echo", EnterpriseIntegration::Handle<&ProbeAgent::Echo>, {}, {}},
       {L"PassThrough", EnterpriseIntegration::Handle<&ProbeAgent::PassThrough>, {}, {}},
-      // shadowed: first match wins
-      {L"echo", EnterpriseIntegration::Handle<&ProbeAgent::Reject>, {}, {}},
   };
   EnterpriseIntegration::NotificationRegistration advice_{*this};
 };
@@ -193,26 +190,6 @@ TEST_F(AgentFramework, EventsReachTheManagerWithTheirOptionWord) {
   EXPECT_EQ(events[0].flags, 512u);
   EXPECT_EQ(events[1].flags, 0u);
   EXPECT_FALSE(events[0].log.has_value());
-}
-
-TEST_F(AgentFramework, MethodNamesMatchWithOrWithoutTheLeadingPrefixIgnoringCase) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  Json::Value input;
-  input["x"] = 1;
-  for (const wchar_t* name : {L"Echo", L"ECHO", L"Test.Probe.Echo", L"Test.Probe.eCHo"}) {
-    FakePolicyMethod method(name, input);
-    EXPECT_EQ(Run(method), 0u) << std::wstring(name).size();
-    EXPECT_EQ(method.output, input);
-  }
-  // The prefix counts only at the very start, whole, and is case-sensitive.
-  for (const wchar_t* name : {L"xTest.Probe.Echo", L"Test.ProbeEcho", L"test.probe.Echo",
-                              L"Test.Probe.", L"Test.Probe", L"", L"Ech", L"Echo2"}) {
-    FakePolicyMethod method(name);
-    EXPECT_EQ(Run(method), 4317u) << std::wstring(name).size();
-  }
-  FakePolicyMethod unnamed(L"Echo");
-  unnamed.nullName = true;
-  EXPECT_EQ(Run(unnamed), 4317u);
 }
 
 TEST_F(AgentFramework, PublicOperationsAreTraced) {
