@@ -349,44 +349,6 @@ TEST_F(JsonSerializerTest, NoExceptionLeavesALoadOrASave) {
   EXPECT_EQ(out.asString(), "kept");
 }
 
-// Tens of thousands of levels: key paths are walked without recursion both
-// ways, and a deep value where the schema wants a string or a list fails
-// cleanly. jsoncpp itself recurses, so the chains are built and taken apart
-// one level at a time, never copied.
-TEST(JsonDepthTest, TensOfThousandsOfLevels) {
-  constexpr int kLevels = 50000;
-  for (bool arrays : {false, true}) {
-    Json::Value deep;
-    Json::Value* current = &deep;
-    std::string path;
-    for (int i = 0; i < kLevels; ++i) {
-      current = arrays ? &current->append(Json::Value()) : &(*current)["n"];
-      path += i % 2 == 0 ? "/n" : "\\n";
-    }
-    *current = "bottom";
-    if (!arrays) {
-      const Json::Value* found = EnterpriseIntegration::FindNode(&deep, path);
-      ASSERT_NE(found, nullptr);
-      EXPECT_EQ(found->asString(), "bottom");
-      Json::Value made(Json::objectValue);
-      Json::Value* slot = EnterpriseIntegration::ResolveForSave(made, path);
-      ASSERT_NE(slot, nullptr);
-      EXPECT_EQ(EnterpriseIntegration::FindNode(&made, path), slot);
-      json_test::Dismantle(made);
-    }
-    for (const char* key : {"name", "servers"}) {
-      Json::Value doc = Parse(kRuleText);
-      doc[key].swap(deep);
-      Rule rule;
-      bool loaded = true;
-      EXPECT_NO_THROW(loaded = Load(doc, rule)) << key;
-      EXPECT_FALSE(loaded) << key;
-      doc[key].swap(deep);
-    }
-    json_test::Dismantle(deep);
-  }
-}
-
 TEST(JsonSizeTest, AHundredThousandElementsAndAMegabyteStringRoundTrip) {
   Json::Value doc = Parse(kRuleText);
   Json::Value& servers = doc["servers"];

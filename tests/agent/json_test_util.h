@@ -34,24 +34,4 @@ inline std::string Compact(const Json::Value& value) {
 // The compact form of a literal, so expectations can be written readably.
 inline std::string Canonical(std::string_view text) { return Compact(Parse(text)); }
 
-// Takes a chain of single-member objects or single-element arrays apart from
-// the top, one level at a time, so that destroying it does not recurse once
-// per level (jsoncpp's destructor would overflow the stack).
-inline void Dismantle(Json::Value& root) {
-  Json::Value current;
-  current.swap(root);
-  while (current.isObject() || current.isArray()) {
-    Json::Value next;
-    if (current.isObject() && current.size() == 1) {
-      next.swap(*current.begin());
-    } else if (current.isArray() && current.size() == 1) {
-      next.swap(current[0]);
-    } else {
-      break;
-    }
-    current = Json::Value();  // holds only the emptied shell now
-    current.swap(next);
-  }
-}
-
 }  // namespace json_test
