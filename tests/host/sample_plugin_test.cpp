@@ -100,22 +100,5 @@ TEST_F(SamplePluginTest, SinksAreRegisteredOnceAndCalledOnAnotherThread) {
   EXPECT_EQ(second.names, (std::vector<std::wstring>{L"n1", L"n2"}));
 }
 
-// Fields left out of notification data keep their values
-// (tests/host/fake_agent.jsonl); a refused notification changes nothing.
-TEST_F(SamplePluginTest, RefusedNotificationDataChangesNothing) {
-  ASSERT_NE(sample, nullptr);
-  const NotifyOutcome bad = plugin->Notify("OnSettingsChanged", J(R"({"name":"y","enabled":1})"));
-  EXPECT_EQ(bad.detail, "SampleSettings.enabled must be true or false");
-  for (const char* data :
-       {R"({"name":"y","level":-1})", R"({"level":4.0})", R"({"level":4294967296})"}) {
-    EXPECT_EQ(plugin->Notify("OnSettingsChanged", J(data)).error, "bad data") << data;
-  }
-  SampleSettings read;
-  ASSERT_EQ(sample->GetSettings(read), 0u);
-  EXPECT_EQ(read.name, L"Sample");
-  EXPECT_EQ(read.level, 2u);
-  EXPECT_EQ(plugin->Notify("OnSettingsChanged", J(R"({"level":4294967295})")).error, "");
-}
-
 }  // namespace
 }  // namespace kelhost
