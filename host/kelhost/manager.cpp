@@ -42,7 +42,18 @@ uint32_t Manager::LogEvent(uint32_t category, uint32_t severity, uint32_t flags,
   }
 }
 
+void Manager::SetEventHook(EventHook hook) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  hook_ = std::move(hook);
+}
+
 uint32_t Manager::Queue(ReceivedEvent event) {
+  EventHook hook;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    hook = hook_;
+  }
+  if (hook && !hook(event)) return 0;
   {
     std::lock_guard<std::mutex> lock(mutex_);
     events_.push_back(std::move(event));

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -57,6 +58,12 @@ class Manager final : public EnterpriseIntegration::IManager {
   // `wait` until there are at least `atLeast` of them.
   std::vector<ReceivedEvent> TakeEvents(size_t atLeast, std::chrono::milliseconds wait);
   std::vector<ReceivedEvent> TakeEvents() { return TakeEvents(0, std::chrono::milliseconds(0)); }
+  // Sees each event as it arrives, on the sender's thread and outside the
+  // manager's lock (it may call back into the agent); an event it answers
+  // false for is not queued, so that a load test need not keep what it
+  // only counts.
+  using EventHook = std::function<bool(const ReceivedEvent&)>;
+  void SetEventHook(EventHook hook);
 
  private:
   struct Registration {
@@ -74,6 +81,7 @@ class Manager final : public EnterpriseIntegration::IManager {
   std::vector<Registration> registered_;
   std::vector<uint32_t> changes_;
   std::vector<ReceivedEvent> events_;
+  EventHook hook_;
 };
 
 }  // namespace kelhost

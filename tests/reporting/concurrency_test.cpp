@@ -12,7 +12,7 @@
 
 #include "reporting/statistics_agent.h"
 #include "tests/agent/fakes.h"
-#include "tests/reporting/recording_manager.h"
+#include "tests/reporting/report_recorder.h"
 #include "tests/reporting/scan_items.h"
 
 namespace {
@@ -68,10 +68,10 @@ TEST(StatisticsConcurrency, EveryNotificationIsCountedInExactlyOneReport) {
 
   HurriedClock clock;
   reporting_test::FakeOnAccess plugin;
-  reporting_test::RecordingManager manager(clock);
+  reporting_test::ReportRecorder manager(clock);
   kel::test::FakeComponentManager components;
   components.Offer(EnterpriseIntegration::kManagerComponentName,
-                   EnterpriseIntegration::IID_IManager, &manager);
+                   EnterpriseIntegration::IID_IManager, &manager.manager);
   components.Offer(kel::nusdk::MailServers::kOnAccessComponentName,
                    kel::nusdk::MailServers::IID_IMailServers, &plugin);
   kel::test::FakeServMain main(&components);

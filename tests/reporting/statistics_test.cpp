@@ -11,7 +11,7 @@
 #include "reporting/statistics_store.h"
 #include "tests/agent/fakes.h"
 #include "tests/agent/json_test_util.h"
-#include "tests/reporting/recording_manager.h"
+#include "tests/reporting/report_recorder.h"
 #include "tests/reporting/scan_items.h"
 
 namespace {
@@ -206,7 +206,7 @@ class StatisticsAgentTest : public ::testing::Test {
 
   StatisticsAgentTest() {
     components_.Offer(EnterpriseIntegration::kManagerComponentName,
-                      EnterpriseIntegration::IID_IManager, &manager_);
+                      EnterpriseIntegration::IID_IManager, &manager_.manager);
     components_.Offer(kel::nusdk::MailServers::kOnAccessComponentName,
                       kel::nusdk::MailServers::IID_IMailServers, &plugin_);
     clock_.SetLimit(kTenAm + 45);
@@ -232,7 +232,7 @@ class StatisticsAgentTest : public ::testing::Test {
 
   kel::ManualClock clock_{kTenAm + 45};
   reporting_test::FakeOnAccess plugin_;
-  reporting_test::RecordingManager manager_{clock_};
+  reporting_test::ReportRecorder manager_{clock_};
   kel::test::FakeComponentManager components_;
   kel::test::FakeServMain main_{&components_};
   kel::MailServers::kelScannerAgent agent_{L"kel.MailServers.Scanner", clock_};
@@ -271,14 +271,14 @@ TEST_F(StatisticsAgentTest, StopOnTheReportThreadIsRefusedAndChangesNothing) {
   ASSERT_TRUE(clock_.WaitUntilParked(kParkTimeoutMs));  // reported at 10:01:00, then on
   EXPECT_EQ(ReportTimes(), std::vector<int64_t>({kTenAm + 60}));
   EXPECT_EQ(plugin_.sinks.size(), 1u);
-  EXPECT_EQ(manager_.Registered(), 1);
+  EXPECT_EQ(manager_.manager.RegisteredNames().size(), 1u);
 
   manager_.onReport = nullptr;
   Scan();
   agent_.Stop();
   EXPECT_EQ(manager_.Reports().size(), 2u);
   EXPECT_TRUE(plugin_.sinks.empty());
-  EXPECT_EQ(manager_.Registered(), 0);
+  EXPECT_TRUE(manager_.manager.RegisteredNames().empty());
 }
 
 }  // namespace
