@@ -37,6 +37,9 @@ constexpr std::chrono::seconds kHangLimit{30};
 // How long a call of a method that waits by design (its seed runs
 // asynchronously) may wait before the agent is stopped to end it.
 constexpr std::chrono::milliseconds kReleaseAfter{100};
+// How many looks in a row must agree before the state of a method whose
+// effect goes on after it returns counts as settled.
+constexpr int kQuietLooks = 5;
 
 // Answers of the reference plug-ins: bad argument or zone, busy, name taken,
 // not supported, not found, something threw, stopping; and the file errors
@@ -92,6 +95,7 @@ class FuzzCall final : public IPolicyMethod {
 
 struct Line {
   kelhost::ScriptLine line;
+  std::string agentClass;   // of the agent a call line names, as created then
   bool fuzzBefore = false;  // a method's chosen seed: fuzz, then run the line
   bool fuzzAfter = false;   // an asynchronous seed: run the line, then fuzz
 };
@@ -186,6 +190,7 @@ std::vector<Script> ReadScripts(const CampaignOptions& options, std::vector<std:
     std::map<std::string, std::string> classOf;  // by "as"
     std::set<std::string> failing;               // plug-ins told to fail
     while (reader.Next(line.line)) {
+      line.agentClass.clear();
       const Json::Value& command = line.line.command;
       const std::string op = StringMember(command, "op");
       if (op == "create") {
@@ -199,7 +204,7 @@ std::vector<Script> ReadScripts(const CampaignOptions& options, std::vector<std:
           failing.erase(StringMember(command, "name"));
         }
       } else if (failing.empty() && IsSeedLine(command)) {
-        const std::string agentClass = classOf[StringMember(command, "agent")];
+        const std::string& agentClass = line.agentClass = classOf[StringMember(command, "agent")];
         const std::string method = StringMember(command, "method");
         const Json::Value* input = kelhost::FindMember(command, "input");
         const size_t paths = input != nullptr ? PathsOf(*input).size() : 1;
@@ -305,7 +310,7 @@ class Runner {
   void RunSeed(const Script& script, size_t index) {
     const Line& line = script.lines[index];
     const Json::Value& command = line.line.command;
-    const std::string agentClass = ClassOf(script, StringMember(command, "agent"));
+    const std::string& agentClass = line.agentClass;
     const std::string method = StringMember(command, "method");
     const Json::Value* seedInput = kelhost::FindMember(command, "input");
     Mutator mutator(seedInput ? *seedInput : Json::Value(Json::objectValue),
@@ -394,16 +399,22 @@ class Runner {
     return state;
   }
 
-  // The snapshot once two taken a little apart agree (or after a second):
-  // a call left running asynchronously may still be on its way to the
-  // plug-in.
+  // The snapshot once it has looked the same `quiet` times in a row, 20 ms
+  // apart (or after two seconds): a call left running asynchronously may
+  // still be on its way to the plug-in, and on a busy machine a starved
+  // thread can look done for one look.
   static Json::Value Settled(Host& host, EnterpriseIntegration::IAgent& agent,
-                             const std::vector<Probe>& probes, bool* moved = nullptr) {
+                             const std::vector<Probe>& probes, bool* moved = nullptr,
+                             int quiet = 1) {
     Json::Value last = Snapshot(host, agent, probes);
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0, same = 0; i < 100 && same < quiet; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
       Json::Value next = Snapshot(host, agent, probes);
-      if (next == last) break;
+      if (next == last) {
+        ++same;
+        continue;
+      }
+      same = 0;
       if (moved != nullptr) *moved = true;
       last.swap(next);
     }
@@ -436,19 +447,6 @@ class Runner {
     return codes;
   }
 
-  static std::string ClassOf(const Script& script, const std::string& as) {
-    std::string agentClass;
-    for (const Line& l : script.lines) {
-      const Json::Value& c = l.line.command;
-      if (StringMember(c, "op") == "create" &&
-          (StringMember(c, "as") == as ||
-           (StringMember(c, "as").empty() && StringMember(c, "class") == as))) {
-        agentClass = StringMember(c, "class");
-      }
-    }
-    return agentClass;
-  }
-
   // Calls the method until `figures` has its count, or until a call let a
   // heavy input through (true: go on in a fresh host). False when the
   // campaign cannot go on with this method.
@@ -479,15 +477,6 @@ class Runner {
       }
       probes.swap(stable);
     }
-    if (options_.verbose) {
-      for (const Probe& probe : probes) {
-        const auto t0 = std::chrono::steady_clock::now();
-        Snapshot(host, *agent, {probe});
-        std::printf("    probe %s: %.2f ms\n", probe.method.c_str(),
-                    std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0)
-                        .count());
-      }
-    }
     const bool isGetter = IsGetter(Lower(method));
     const bool waits = line.fuzzAfter;
     bool settleAlways = false;
@@ -499,7 +488,6 @@ class Runner {
 
     while (figures.calls < options_.callsPerMethod) {
       const size_t n = figures.calls;
-      const auto iterationStarted = std::chrono::steady_clock::now();
       Mutant mutant = mutator.Next();
       Json::Value output;
       FuzzCall call(mutant, mutant.input, output);
@@ -527,7 +515,7 @@ class Runner {
         host.session->Execute(again);
         // A call the host ended is no refusal; the state is read anew once
         // the new waiter is in place.
-        before = Settled(host, *agent, probes);
+        before = Settled(host, *agent, probes, nullptr, kQuietLooks);
       }
       const uint32_t code = call.GetResult();
       ++figures.calls;
@@ -553,6 +541,7 @@ class Runner {
         // the first few calls let through tell.
         if (settleAlways || accepted++ < 3) {
           before = Settled(host, *agent, probes, &settleAlways);
+          if (settleAlways) before = Settled(host, *agent, probes, nullptr, kQuietLooks);
         } else {
           before = Snapshot(host, *agent, probes);
         }
@@ -570,11 +559,6 @@ class Runner {
       Dismantle(mutant.input);
       Dismantle(output);
       if (n % 64 == 63) Drain(host);
-      if (options_.verbose) {
-        std::printf("      (%.1f ms in all)\n", std::chrono::duration<double, std::milli>(
-                                                     std::chrono::steady_clock::now() - iterationStarted)
-                                                     .count());
-      }
     }
     return true;
   }
