@@ -228,11 +228,12 @@ std::vector<Script> ReadScripts(const CampaignOptions& options, std::vector<std:
   return scripts;
 }
 
-// One host as kelhost builds it, with the module loaded after the parts its
-// agents point to.
+// One host as kelhost builds it, around the module the campaign loaded.
 struct Host {
-  explicit Host(std::vector<std::unique_ptr<kelhost::ReferencePlugin>> made)
-      : referencePlugins(Raw(made)), plugins(std::move(made)), components(manager, plugins) {}
+  Host(std::vector<std::unique_ptr<kelhost::ReferencePlugin>> made,
+       const kelhost::ModuleHost& loaded)
+      : referencePlugins(Raw(made)), plugins(std::move(made)), components(manager, plugins),
+        module(loaded) {}
 
   static std::vector<kelhost::ReferencePlugin*> Raw(
       const std::vector<std::unique_ptr<kelhost::ReferencePlugin>>& made) {
@@ -246,7 +247,7 @@ struct Host {
   kelhost::Manager manager;
   kelhost::ComponentManager components;
   kelhost::ServMain servMain{&components};
-  kelhost::ModuleHost module;
+  const kelhost::ModuleHost& module;
   std::unique_ptr<kelhost::Session> session;
 };
 
@@ -301,8 +302,17 @@ class Watchdog {
 
 class Runner {
  public:
+  // The module is loaded once, as the service host loads it, and every
+  // host is built around it. Loading it anew for each host would also end
+  // the run after about a thousand hosts: mingw's static thread runtime
+  // takes a TLS slot at each load and never gives it back, and a process
+  // has 1,088.
   Runner(const CampaignOptions& options, CampaignOutcome& outcome)
-      : options_(options), outcome_(outcome) {}
+      : options_(options), outcome_(outcome) {
+    if (!module_.Load(options.module, loadProblem_) && loadProblem_.empty()) {
+      loadProblem_ = "the module does not load";
+    }
+  }
 
   // Runs `script` in a fresh host up to the seed at `index`, calls the
   // method there, and gives everything back: each method starts from the
@@ -322,13 +332,12 @@ class Runner {
     const auto started = std::chrono::steady_clock::now();
     // A call that let megabytes through is followed by a fresh host, so
     // that the calls after it do not each read them back.
+    if (!loadProblem_.empty()) {
+      outcome_.problems.push_back(script.name + ": " + loadProblem_);
+      return;
+    }
     while (figures.calls < options_.callsPerMethod) {
-      Host host(kelhost::MakeReferencePlugins());
-      std::string problem;
-      if (!host.module.Load(options_.module, problem)) {
-        outcome_.problems.push_back(script.name + ": " + problem);
-        return;
-      }
+      Host host(kelhost::MakeReferencePlugins(), module_);
       host.session = std::make_unique<kelhost::Session>(kelhost::HostParts{
           &host.manager, &host.components, &host.servMain, &host.plugins, host.module.create(),
           host.module.destroy(), host.module.drainLines(), host.module.describe()});
@@ -600,6 +609,8 @@ class Runner {
 
   const CampaignOptions& options_;
   CampaignOutcome& outcome_;
+  kelhost::ModuleHost module_;
+  std::string loadProblem_;
   size_t rewaits_ = 0;
   Watchdog watchdog_;
 };

@@ -1,9 +1,10 @@
 #pragma once
 // The bad-input campaign: every policy method of every agent, seeded from the
 // kelhost scripts' own valid calls, called through the real module with
-// inputs the mutator makes. The scripts run as they are, one fresh host and
-// module each; when a script reaches the call chosen as a method's seed, the
-// campaign calls the method there, in that state, `callsPerMethod` times.
+// inputs the mutator makes. The scripts run as they are, one fresh host each
+// around the one loaded module; when a script reaches the call chosen as a
+// method's seed, the campaign calls the method there, in that state,
+// `callsPerMethod` times.
 //
 // Every call must return without an exception, with a result the method
 // object was given: 0, a code of the module (frame/result_codes.h, with the
