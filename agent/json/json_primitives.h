@@ -22,6 +22,8 @@
 //   IPv4                    string in the dotted form                string
 //   enumeration, flag set   see json_enum.h
 //   kel::List<T>            array; every element loads as T          array
+//   std::string (UTF-8)     - (written only)                         string
+//   a map (MapCodec)        - (written only)                         object
 //   structure               object, by its schema (json_serializer.h)  object
 //
 // Doubles never load as integers, whatever their value. Integer loads (the
@@ -119,13 +121,8 @@ struct StringCodec : JsonCodec {
 };
 
 // Text already in UTF-8, kept as it is (no conversion through wide text).
+// Written only: what the console sends is read into wide strings.
 struct Utf8Codec : JsonCodec {
-  bool Load(const JsonNodeRef& at, std::string& out) const {
-    const Json::Value* node = at.node();
-    if (node == nullptr || !node->isString()) return false;
-    out = node->asString();
-    return true;
-  }
   bool Save(const std::string& value, Json::Value& out) const {
     out = Json::Value(value);
     return true;
@@ -315,24 +312,13 @@ const auto& EntryValue(const Entry& entry) {
 // A map from texts to values, as an object whose member names are the texts
 // (UTF-8). Either a standard map of std::string keys (entries .first and
 // .second) or a kel::Map of wide strings (entries .key and .value). An
-// entry whose value has no JSON form is left out. Loading fills standard
-// maps only.
+// entry whose value has no JSON form is left out. Written only: the maps are
+// reports of the module's own.
 template <class Map, class ValueCodec>
 struct MapCodec : JsonCodec {
   constexpr MapCodec() = default;
   constexpr explicit MapCodec(const ValueCodec& codec) : value(codec) {}
 
-  bool Load(const JsonNodeRef& at, Map& out) const {
-    const Json::Value* object = at.node();
-    if (object == nullptr || !object->isObject()) return false;
-    out.clear();
-    for (const std::string& name : object->getMemberNames()) {
-      typename Map::mapped_type item{};
-      if (!detail::LoadLogged(value, JsonNodeRef(&(*object)[name], name), item)) return false;
-      out.emplace(name, std::move(item));
-    }
-    return true;
-  }
   bool Save(const Map& map, Json::Value& out) const {
     out = Json::Value(Json::objectValue);
     for (const auto& entry : map) {
