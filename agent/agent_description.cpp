@@ -30,13 +30,6 @@ Json::Value ShapeSchema(const MethodShape& shape, bool input) {
         schema["description"] = "Nothing is written into the output.";
       }
       break;
-    case ShapeKind::kByCode:
-      // The answer rule copies the written keys into the output: no key
-      // written leaves it as it was (null from kelhost).
-      schema["type"].append("object");
-      schema["type"].append("null");
-      schema["description"] = shape.note;
-      break;
     case ShapeKind::kUndeclared:
       schema["description"] = "Not declared.";
       schema["undeclared"] = true;

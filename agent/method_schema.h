@@ -12,10 +12,9 @@
 //   kInputAt<Key, T>, kOutputAt<..> T under one key (path) of an object
 //   kNoInput                        the input is not read
 //   kNoOutput                       nothing is written into the output
-//   ByCode("...")                   an object built by code, not by a schema;
-//                                   the text says what is in it
 //   SchemaShape(&Write)             a writer of one's own, from the helpers
-//                                   of json_schema_writer.h (two input forms)
+//                                   of json_schema_writer.h (an input of two
+//                                   forms, content that is partly open)
 // A row that declares nothing is "undeclared", which the schema test refuses.
 #include <cstddef>
 #include <cstdint>
@@ -27,14 +26,13 @@
 
 namespace EnterpriseIntegration {
 
-enum class ShapeKind : uint8_t { kUndeclared, kNone, kSchema, kByCode };
+enum class ShapeKind : uint8_t { kUndeclared, kNone, kSchema };
 
 using SchemaWriter = void (*)(Json::Value& schema);
 
 struct MethodShape {
   ShapeKind kind = ShapeKind::kUndeclared;
   SchemaWriter write = nullptr;  // kSchema
-  const char* note = nullptr;    // kByCode: what the code writes
 };
 
 namespace detail {
@@ -69,7 +67,6 @@ inline constexpr MethodShape kOutputAt{ShapeKind::kSchema,
 inline constexpr MethodShape kNoInput{ShapeKind::kNone};
 inline constexpr MethodShape kNoOutput{ShapeKind::kNone};
 
-constexpr MethodShape ByCode(const char* note) { return {ShapeKind::kByCode, nullptr, note}; }
 constexpr MethodShape SchemaShape(SchemaWriter write) { return {ShapeKind::kSchema, write}; }
 
 // The schema a shape stands for, as the agent's schema document lists it.

@@ -16,8 +16,8 @@ namespace MailServers {
 
 using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::AnswerWith;
-using EnterpriseIntegration::ByCode;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::JsonSerializer;
 using EnterpriseIntegration::kBodyOf;
 using EnterpriseIntegration::kInputAt;
 using EnterpriseIntegration::kInputOf;
@@ -25,7 +25,6 @@ using EnterpriseIntegration::kNoInput;
 using EnterpriseIntegration::kNoOutput;
 using EnterpriseIntegration::kOutputAt;
 using EnterpriseIntegration::kOutputOf;
-using EnterpriseIntegration::JsonSerializer;
 using EnterpriseIntegration::LoadInput;
 using kel::nusdk::MailServers::IOnDemand;
 namespace av = kel::nusdk::MailServers::Antivirus;
@@ -61,7 +60,6 @@ bool MarksNotFunctioning(uint32_t code) { return code == 1229 || code == 2250; }
 std::string Utf8(const kel::StringW& text) {
   return kel::Utf8FromWide(text.c_str(), text.Length());
 }
-std::string GuidText(const kel::Guid& id) { return Utf8(id.ToString()); }
 
 // Sends `body` by its structure's schema, as Events() lists it.
 template <class T>
@@ -116,7 +114,7 @@ EnterpriseIntegration::PolicyMethodTable OnDemandAgent::PolicyMethods() const {
       {L"IsTaskRunning", Handle<&OnDemandAgent::IsTaskRunning>, kInputOf<TaskIdRequest>,
        kOutputOf<RunningAnswer>},
       {L"SetAllTasks", Handle<&OnDemandAgent::SetAllTasks>, kInputOf<SetAllTasksRequest>,
-       ByCode("The id maps of the synchronisation, as set_all_tasks.h writes them.")},
+       kOutputOf<SetAllTasksAnswer>},
       {L"SetUser", Handle<&OnDemandAgent::SetUser>, kInputOf<IOnDemand::UserInfo>, kNoOutput},
       {L"GetUser", Handle<&OnDemandAgent::GetUser>, kNoInput, kOutputOf<IOnDemand::UserInfo>},
       {L"RunTask", Handle<&OnDemandAgent::RunTask>, kInputOf<StartRequest>, kNoOutput},
@@ -131,13 +129,9 @@ EnterpriseIntegration::PolicyMethodTable OnDemandAgent::PolicyMethods() const {
 // Built by the notification handlers below.
 EnterpriseIntegration::EventTable OnDemandAgent::Events() const {
   static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
-      {kTaskStarted, kBodyOf<TaskStartedBody>},
-      {kTaskStopped, kBodyOf<TaskStoppedBody>},
-      {kTaskChanged, kBodyOf<TaskChangedBody>},
-      {kUserStatus, kBodyOf<UserStatusBody>},
-      {kTaskProgress, kBodyOf<ProgressBody>},
-      {kScanLog, ByCode("A log event: \"logfilepath\", \"polid\", \"taskid\", "
-                        "\"taskname\", \"starttime\", \"runstatus\", \"runsumary\".")},
+      {kTaskStarted, kBodyOf<TaskStartedBody>}, {kTaskStopped, kBodyOf<TaskStoppedBody>},
+      {kTaskChanged, kBodyOf<TaskChangedBody>}, {kUserStatus, kBodyOf<UserStatusBody>},
+      {kTaskProgress, kBodyOf<ProgressBody>},   {kScanLog, kBodyOf<ScanLogBody>},
   };
   return kEvents;
 }
@@ -223,13 +217,10 @@ bool OnDemandAgent::SetAllTasks(IPolicyMethod& method) {
                    L"Could not load tasks");
     return false;
   }
-  Json::Value maps(Json::objectValue);
+  SetAllTasksAnswer answer;
   const uint32_t code =
-      MailServers::SetAllTasks(*plugin(), request.tasks, request.postponeDeletion != 0, maps);
-  AnswerWith(method, code, [&maps](Json::Value& document) {
-    document = std::move(maps);
-    return true;
-  });
+      MailServers::SetAllTasks(*plugin(), request.tasks, request.postponeDeletion != 0, answer);
+  EnterpriseIntegration::Answer(method, code, answer);
   return true;
 }
 
@@ -359,14 +350,16 @@ uint32_t OnDemandAgent::OnTaskStopped(const kel::Guid& id, const IOnDemand::RunS
 void OnDemandAgent::SendScanLog(const kel::Guid& id, const IOnDemand::RunStatistics& stats) {
   EnterpriseIntegration::IManager* manager = this->manager();
   if (!manager) return;
-  Json::Value body(Json::objectValue);
-  body["logfilepath"] = Utf8(stats.report);
-  body["polid"] = UnwrapContext(stats.context).policyId;
-  body["taskid"] = GuidText(id);
-  body["taskname"] = Utf8(stats.name);
-  body["starttime"] = Json::Value(static_cast<Json::Int64>(stats.startTime));
-  body["runstatus"] = stats.status;
-  body["runsumary"] = RunSummary(stats);  // spelled so on the wire
+  ScanLogBody log;
+  log.logfilepath = stats.report;
+  log.polid = UnwrapContext(stats.context).policyId;
+  log.taskid = id;
+  log.taskname = stats.name;
+  log.starttime = stats.startTime;
+  log.runstatus = stats.status;
+  log.runsumary = RunSummary(stats);
+  Json::Value body;
+  if (!JsonSerializer<ScanLogBody>::Save(body, log)) return;
   const uint32_t severity = stats.context.IsEmpty() ? kSeverityOtherRun : kSeverityConsoleRun;
   manager->LogEvent(kScanLogCategory, severity, kScanLogFlags, kScanLog, kScanLogCode,
                     kScanLogCount, &body);

@@ -2,6 +2,7 @@
 // The bodies of the on-demand agents' events, each a structure whose schema
 // writes it, so that the agents' event tables describe what they send.
 #include <cstdint>
+#include <string>
 
 #include "agent/json/json_schema_writer.h"
 #include "agent/json/json_serializer.h"
@@ -51,6 +52,18 @@ struct UserStatusBody {
   uint8_t functioning = 0;
 };
 
+// "MailServers.OnDemand.ScanLog", sent through the manager's log with a
+// finished run's report (keys spelled so on the wire).
+struct ScanLogBody {
+  kel::StringW logfilepath;
+  std::string polid;  // UTF-8, as the wrapped context held it
+  kel::Guid taskid;
+  kel::StringW taskname;
+  int64_t starttime = 0;
+  int32_t runstatus = 0;
+  int32_t runsumary = 0;
+};
+
 // "...OnDemand.TaskProgress": the context as the console gave it.
 struct ProgressBody {
   kel::Guid id;
@@ -85,6 +98,19 @@ struct JsonSchema<MailServers::TaskChangedBody> : JsonSchemaBase<MailServers::Ta
   static constexpr auto kFields = Fields(
       Required("id",         &S::id),
       Required("changeType", &S::changeType, MailServers::kChangeTypeNames));
+};
+
+template <>
+struct JsonSchema<MailServers::ScanLogBody> : JsonSchemaBase<MailServers::ScanLogBody> {
+  using S = MailServers::ScanLogBody;
+  static constexpr auto kFields = Fields(
+      Required("logfilepath", &S::logfilepath),
+      Required("polid",       &S::polid),
+      Required("taskid",      &S::taskid),
+      Required("taskname",    &S::taskname),
+      Required("starttime",   &S::starttime),
+      Required("runstatus",   &S::runstatus),
+      Required("runsumary",   &S::runsumary));
 };
 
 template <>

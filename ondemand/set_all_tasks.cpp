@@ -18,10 +18,6 @@ constexpr wchar_t kEachCurrent[] =
 constexpr wchar_t kEachNew[] = L"MailServers::OnDemandAgent::SetAllTasks::<lambda_3>::operator ()";
 constexpr wchar_t kDeleteTask[] = L"MailServers::OnDemandAgent::DeleteTask";
 
-constexpr char kAdded[] = "added";
-constexpr char kUpdated[] = "updated";
-constexpr char kDeleted[] = "deleted";
-
 std::string Utf8(const kel::StringW& text) {
   return kel::Utf8FromWide(text.c_str(), text.Length());
 }
@@ -61,8 +57,27 @@ uint32_t DeleteTaskChecked(IOnDemand& plugin, const kel::Guid& id, bool checkRun
   return plugin.DeleteTask(id);
 }
 
+void TaskCodesCodec::Describe(EnterpriseIntegration::SchemaDirection direction,
+                              Json::Value& out) const {
+  EnterpriseIntegration::DescribeCodec(
+      static_cast<const EnterpriseIntegration::MapCodec<
+          TaskCodes, EnterpriseIntegration::IntegerCodec<uint32_t>>&>(*this),
+      direction, out);
+  out["propertyNames"] = EnterpriseIntegration::GuidSchema(direction);
+}
+
 uint32_t SetAllTasks(IOnDemand& plugin, const kel::List<IOnDemand::Task>& tasks,
                      bool postponeDeletion, Json::Value& output) {
+  SetAllTasksAnswer answer;
+  if (const uint32_t code = SetAllTasks(plugin, tasks, postponeDeletion, answer)) return code;
+  Json::Value written;
+  EnterpriseIntegration::JsonSerializer<SetAllTasksAnswer>::Save(written, answer);
+  for (const std::string& key : written.getMemberNames()) output[key] = std::move(written[key]);
+  return 0;
+}
+
+uint32_t SetAllTasks(IOnDemand& plugin, const kel::List<IOnDemand::Task>& tasks,
+                     bool postponeDeletion, SetAllTasksAnswer& answer) {
   kel::List<kel::Guid> current;
   if (const uint32_t code = plugin.GetTaskIdList(current)) {
     logging::Write(logging::kLevelFailure, kSetAllTasks, L"GetTaskIdList failed with error %d",
@@ -79,7 +94,7 @@ uint32_t SetAllTasks(IOnDemand& plugin, const kel::List<IOnDemand::Task>& tasks,
   std::unordered_map<kel::Guid, bool, GuidHash> present;
   present.reserve(current.Count());
 
-  Json::Value added(Json::objectValue), updated(Json::objectValue), deleted(Json::objectValue);
+  SetAllTasksAnswer codes;
   for (const kel::Guid& id : current) {
     present.emplace(id, true);
     const kel::StringW text = id.ToString();
@@ -87,11 +102,10 @@ uint32_t SetAllTasks(IOnDemand& plugin, const kel::List<IOnDemand::Task>& tasks,
     auto found = wanted.find(id);
     if (found != wanted.end()) {
       logging::Write(logging::kLevelTrace, kEachCurrent, L"Updating task %s", text.c_str());
-      updated[key] = Json::Value(static_cast<Json::UInt>(plugin.UpdateTask(*found->second)));
+      codes.updated[key] = plugin.UpdateTask(*found->second);
     } else {
       logging::Write(logging::kLevelTrace, kEachCurrent, L"Deleting task %s", text.c_str());
-      deleted[key] =
-          Json::Value(static_cast<Json::UInt>(DeleteTaskChecked(plugin, id, postponeDeletion)));
+      codes.deleted[key] = DeleteTaskChecked(plugin, id, postponeDeletion);
     }
   }
   for (const IOnDemand::Task& task : tasks) {
@@ -99,12 +113,10 @@ uint32_t SetAllTasks(IOnDemand& plugin, const kel::List<IOnDemand::Task>& tasks,
     kel::Guid assigned;
     const uint32_t code = plugin.AddTask(task, assigned);
     const kel::StringW text = assigned.ToString();
-    added[Utf8(text)] = Json::Value(static_cast<Json::UInt>(code));
+    codes.added[Utf8(text)] = code;
     logging::Write(logging::kLevelTrace, kEachNew, L"Added task %s", text.c_str());
   }
-  output[kAdded] = std::move(added);
-  output[kUpdated] = std::move(updated);
-  output[kDeleted] = std::move(deleted);
+  answer = std::move(codes);
   return 0;
 }
 

@@ -8,19 +8,40 @@
 // a later synchronisation, once the run has ended. Per-task failures are
 // reported in the three maps only, never as the call's result.
 #include <cstdint>
+#include <map>
+#include <string>
 
 #include <json/value.h>
+
+#include "agent/json/json_schema_writer.h"
+#include "agent/json/json_serializer.h"
 
 #include "frame/list.h"
 #include "sdk/mailservers/ondemand.h"
 
 namespace MailServers {
 
-// Fills `output` with "updated", "deleted" and "added": objects whose members,
-// named by the lower-case GUID text, hold each task's code ("added" is keyed
-// by the id the plug-in assigned). Answers 0, or GetTaskIdList's code when the
-// current list cannot be read, in which case nothing was changed and `output`
-// is untouched.
+// The codes of a synchronisation: each task's code under the lower-case text
+// of its GUID ("added" is keyed by the id the plug-in assigned).
+using TaskCodes = std::map<std::string, uint32_t>;
+struct TaskCodesCodec
+    : EnterpriseIntegration::MapCodec<TaskCodes, EnterpriseIntegration::IntegerCodec<uint32_t>> {
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const;
+};
+struct SetAllTasksAnswer {
+  TaskCodes updated;
+  TaskCodes deleted;
+  TaskCodes added;
+};
+
+// Fills `answer`. Answers 0, or GetTaskIdList's code when the current list
+// cannot be read, in which case nothing was changed and `answer` is
+// untouched.
+uint32_t SetAllTasks(kel::nusdk::MailServers::IOnDemand& plugin,
+                     const kel::List<kel::nusdk::MailServers::IOnDemand::Task>& tasks,
+                     bool postponeDeletion, SetAllTasksAnswer& answer);
+// The same, the answer as its JSON members ("updated", "deleted", "added")
+// placed into `output`.
 uint32_t SetAllTasks(kel::nusdk::MailServers::IOnDemand& plugin,
                      const kel::List<kel::nusdk::MailServers::IOnDemand::Task>& tasks,
                      bool postponeDeletion, Json::Value& output);
@@ -31,3 +52,18 @@ uint32_t DeleteTaskChecked(kel::nusdk::MailServers::IOnDemand& plugin, const kel
                            bool checkRunning);
 
 }  // namespace MailServers
+
+namespace EnterpriseIntegration {
+
+// clang-format off
+template <>
+struct JsonSchema<MailServers::SetAllTasksAnswer> : JsonSchemaBase<MailServers::SetAllTasksAnswer> {
+  using S = MailServers::SetAllTasksAnswer;
+  static constexpr auto kFields = Fields(
+      Required("updated", &S::updated, MailServers::TaskCodesCodec()),
+      Required("deleted", &S::deleted, MailServers::TaskCodesCodec()),
+      Required("added",   &S::added,   MailServers::TaskCodesCodec()));
+};
+// clang-format on
+
+}  // namespace EnterpriseIntegration

@@ -1,125 +1,78 @@
 #include "quarantine/item_writer.h"
 
-#include <cstdint>
 #include <utility>
 #include <vector>
 
 #include "agent/json/json_primitives.h"
-#include "quarantine/item_names.h"
 
 namespace QuarantineAgent {
 
+using EnterpriseIntegration::JsonSerializer;
+using EnterpriseIntegration::NameTableView;
+using EnterpriseIntegration::SchemaDirection;
+
 namespace {
 
-using EnterpriseIntegration::NameTableView;
-using EnterpriseIntegration::SaveEnumValue;
-using EnterpriseIntegration::SaveFlagsValue;
-using EnterpriseIntegration::SaveStringValue;
-
-void PutString(Json::Value& object, const char* key, const kel::StringW& text) {
-  SaveStringValue(text, object[key]);
+bool Named(int32_t code, const NameTableView& names) noexcept {
+  return names.FindCode(static_cast<uint32_t>(code)) != nullptr;
 }
 
-void PutStrings(Json::Value& object, const char* key, const kel::List<kel::StringW>& texts) {
-  Json::Value& array = object[key] = Json::Value(Json::arrayValue);
-  Json::ArrayIndex i = 0;
-  for (const kel::StringW& text : texts) SaveStringValue(text, array[i++]);
-}
-
-// A code without a name leaves its key out, and that fails the item.
-bool PutName(Json::Value& object, const char* key, int32_t code, const NameTableView& names) {
-  Json::Value name;
-  if (!SaveEnumValue(static_cast<uint32_t>(code), names, name)) return false;
-  object[key] = std::move(name);
-  return true;
-}
-
-bool WriteDetectionPoint(const Data& item, Json::Value& out) {
-  const auto& point = item.detectionPoint;
-  Json::Value written(Json::objectValue);
-  if (!PutName(written, "location", point.location, kLocationNames.view())) return false;
-  if (point.location == q::kLocationOnDemand) {
-    PutString(written, "mailbox", point.mailbox);
-    PutString(written, "folder", point.folder);
-    PutString(written, "task", point.task);
-  }
-  out["detectionPoint"] = std::move(written);
-  return true;
-}
-
-bool WriteModuleSection(const Data& item, Json::Value& out) {
-  switch (item.module) {
-    case q::kModuleAntivirus: {
-      Json::Value& section = out["Antivirus"] = Json::Value(Json::objectValue);
-      PutString(section, "detected", item.antivirusDetected);
-      if (!PutName(section, "reason", item.antivirusReason, kReasonNames.view())) return false;
-      PutString(section, "file", item.antivirusFile);
-      SaveFlagsValue(item.antivirusStatus, EnterpriseIntegration::kScanStatusNames.view(), section["status"]);
-      return true;
+bool PartsWithinDepth(const MailPartInfo& part) noexcept {
+  try {
+    std::vector<std::pair<const MailPartInfo*, size_t>> pending{{&part, 1}};
+    while (!pending.empty()) {
+      const auto next = pending.back();
+      pending.pop_back();
+      if (next.second > kMaxPartDepth) return false;
+      for (const MailPartInfo& child : next.first->childParts)
+        pending.push_back({&child, next.second + 1});
     }
-    case q::kModuleAttachment: {
-      Json::Value& section = out["Attachment"] = Json::Value(Json::objectValue);
-      PutString(section, "detected", item.attachmentDetected);
-      return true;
-    }
-    default:
-      return true;
+    return true;
+  } catch (...) {
+    return false;
   }
 }
 
-// One part's own keys; "childParts" is filled by the walk.
-void WritePartFields(const MailPartInfo& part, Json::Value& out) {
-  Json::Value& headers = out["headers"] = Json::Value(Json::arrayValue);
-  Json::ArrayIndex i = 0;
-  for (const MailPartInfo::HeaderField& field : part.headers) {
-    Json::Value& header = headers[i++] = Json::Value(Json::objectValue);
-    PutString(header, "name", field.name);
-    PutString(header, "value", field.value);
-  }
-  PutString(out, "name", part.name);
-  PutString(out, "contentType", part.contentType);
-  PutString(out, "body", part.body);
+template <class Item>
+bool WriteWhole(const Item& item, Json::Value& out) {
+  out = Json::Value(Json::objectValue);
+  if (!ItemWritable(item)) return false;
+  Json::Value written;
+  if (!JsonSerializer<Item>::Save(written, item)) return false;
+  out = std::move(written);
+  return true;
 }
 
 template <class Item>
 bool WriteItemArray(const kel::List<Item>& items, Json::Value& out) {
   out = Json::Value(Json::arrayValue);
-  Json::ArrayIndex i = 0;
-  for (const Item& item : items) {
-    if (!WriteItem(item, out[i++])) return false;
-  }
-  return true;
+  if (!ItemsWritable(items)) return false;
+  return JsonSerializer<kel::List<Item>>::Save(out, items);
 }
 
 }  // namespace
 
-bool WriteItem(const Data& item, Json::Value& out) {
-  out = Json::Value(Json::objectValue);
-  if (!WriteDetectionPoint(item, out)) return false;
-  PutString(out, "id", item.id);
-  if (!PutName(out, "module", item.module, kModuleNames.view())) return false;
-  PutString(out, "rule", item.rule);
-  out["size"] = Json::Value(static_cast<Json::UInt64>(item.size));
-  PutString(out, "sourceIP", item.sourceIP);
-  PutString(out, "subject", item.subject);
-  out["when"] = Json::Value(static_cast<Json::Int64>(item.when));
-  Json::Value& sentBy = out["sentBy"] = Json::Value(Json::objectValue);
-  PutString(sentBy, "connection", item.senderConnection);
-  PutString(sentBy, "email", item.senderEmail);
-  Json::Value& sentTo = out["sentTo"] = Json::Value(Json::objectValue);
-  PutStrings(sentTo, "connection", item.recipientConnections);
-  PutStrings(sentTo, "email", item.recipientEmails);
-  PutString(out, "contentType", item.contentType);
-  return WriteModuleSection(item, out);
+bool FoundOnDemand(const kel::nusdk::MailServers::Quarantine::DetectionPoint& point) noexcept {
+  return point.location == q::kLocationOnDemand;
 }
 
-bool WriteItem(const DataEx& item, Json::Value& out) {
-  if (!WriteItem(static_cast<const Data&>(item), out)) return false;
-  Json::Value part;
-  if (!WriteMailPart(item.mainPart, part)) return false;
-  out["mainPart"] = std::move(part);
-  return true;
+bool FromAntivirus(const Data& item) noexcept { return item.module == q::kModuleAntivirus; }
+
+bool FromAttachment(const Data& item) noexcept { return item.module == q::kModuleAttachment; }
+
+bool ItemWritable(const Data& item) noexcept {
+  return Named(item.detectionPoint.location, kLocationNames.view()) &&
+         Named(item.module, kModuleNames.view()) &&
+         (!FromAntivirus(item) || Named(item.antivirusReason, kReasonNames.view()));
 }
+
+bool ItemWritable(const DataEx& item) noexcept {
+  return ItemWritable(static_cast<const Data&>(item)) && PartsWithinDepth(item.mainPart);
+}
+
+bool WriteItem(const Data& item, Json::Value& out) { return WriteWhole(item, out); }
+
+bool WriteItem(const DataEx& item, Json::Value& out) { return WriteWhole(item, out); }
 
 bool WriteMailPart(const MailPartInfo& part, Json::Value& out) {
   struct Pending {
@@ -137,7 +90,7 @@ bool WriteMailPart(const MailPartInfo& part, Json::Value& out) {
     pending.pop_back();
     if (next.depth > kMaxPartDepth) return false;
     Json::Value& target = *next.target = Json::Value(Json::objectValue);
-    WritePartFields(*next.part, target);
+    EnterpriseIntegration::StructCodec<MailPartInfo>::SaveMembers(*next.part, target);
     Json::Value& children = target["childParts"] = Json::Value(Json::arrayValue);
     if (next.part->childParts.IsEmpty()) continue;
     children.resize(static_cast<Json::ArrayIndex>(next.part->childParts.Count()));
@@ -147,6 +100,18 @@ bool WriteMailPart(const MailPartInfo& part, Json::Value& out) {
   }
   out = std::move(written);
   return true;
+}
+
+void MailPartCodec::Describe(SchemaDirection direction, Json::Value& out) const {
+  EnterpriseIntegration::DescribeCodec(EnterpriseIntegration::StructCodec<MailPartInfo>(),
+                                       direction, out);
+  // The part's schema is a resource of its own, which the child parts name.
+  static constexpr char kPartSchema[] = "urn:kel:quarantine:mail-part";
+  out["$id"] = kPartSchema;
+  Json::Value& children = out["properties"]["childParts"] =
+      EnterpriseIntegration::TypeSchema("array");
+  children["items"]["$ref"] = kPartSchema;
+  out["required"].append("childParts");
 }
 
 bool WriteItems(const kel::List<Data>& items, Json::Value& out) {

@@ -17,16 +17,14 @@ namespace QuarantineAgent {
 using EnterpriseIntegration::Answer;
 using EnterpriseIntegration::AnswerAt;
 using EnterpriseIntegration::AnswerWith;
-using EnterpriseIntegration::ByCode;
 using EnterpriseIntegration::Handle;
+using EnterpriseIntegration::JsonSerializer;
 using EnterpriseIntegration::kBodyOf;
 using EnterpriseIntegration::kInputOf;
 using EnterpriseIntegration::kNoOutput;
 using EnterpriseIntegration::kOutputAt;
 using EnterpriseIntegration::kOutputOf;
-using EnterpriseIntegration::JsonSerializer;
 using EnterpriseIntegration::LoadInput;
-using EnterpriseIntegration::SaveEnumValue;
 using EnterpriseIntegration::SplitKeywords;
 using q::Zone;
 
@@ -35,36 +33,20 @@ namespace {
 constexpr char kErrorsKey[] = "errors";
 constexpr char kItemsKey[] = "items";
 
-// Items are written by item_writer.h, not by a schema.
-constexpr auto kItemOutput =
-    ByCode("One item: \"id\", \"zone\" and the item's keys as item_writer writes them.");
-constexpr auto kPageOutput = ByCode(
-    "\"totalCount\" (an unsigned integer) and \"items\": a page of items as item_writer "
-    "writes them.");
-constexpr auto kItemsByIdOutput = ByCode(
-    "\"items\": the items found, as item_writer writes them, and \"errors\": an {\"id\", "
-    "\"error\"} per id that failed.");
-
-bool PutZone(Json::Value& document, Zone zone) {
-  return SaveEnumValue(zone, kZoneNames.view(), document["zone"]);
-}
-
-// Full items own part trees that came from outside: they are let go of
+// A full item owns a part tree that came from outside: it is let go of
 // without recursion, however deep.
 struct FullItem {
   DataEx item;
   ~FullItem() { ReleaseChildParts(item.mainPart); }
 };
-struct FullItems {
-  kel::List<DataEx> items;
-  ~FullItems() {
-    for (DataEx& item : items) ReleaseChildParts(item.mainPart);
-  }
-};
 
-template <class T>
-bool SaveList(const kel::List<T>& list, Json::Value& out) {
-  return JsonSerializer<kel::List<T>>::Save(out, list);
+// An answer made of items: nothing of it is written when an item cannot be
+// written whole (item_writer.h).
+template <class Items>
+void AnswerItems(IPolicyMethod& method, uint32_t code, const Items& items) {
+  AnswerWith(method, code, [&items](Json::Value& document) {
+    return ItemsWritable(items.items) && JsonSerializer<Items>::Save(document, items);
+  });
 }
 
 }  // namespace
@@ -83,15 +65,17 @@ EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
       {L"SaveItem", Handle<&Agent::SaveItem>, kInputOf<SaveItemRequest>, kNoOutput},
       {L"SaveItemsToFolder", Handle<&Agent::SaveItemsToFolder>, kInputOf<SaveToFolderRequest>,
        kOutputAt<kItemsKey, kel::List<IQuarantine::SavedItem>>},
-      {L"GetItemQuick", Handle<&Agent::GetItemQuick>, kInputOf<ItemRequest>, kItemOutput},
-      {L"GetItemFull", Handle<&Agent::GetItemFull>, kInputOf<ItemRequest>, kItemOutput},
-      {L"GetItemsQuick", Handle<&Agent::GetItemsQuick>, kInputOf<PageRequest>, kPageOutput},
-      {L"GetItemsFull", Handle<&Agent::GetItemsFull>, kInputOf<PageRequest>, kPageOutput},
+      {L"GetItemQuick", Handle<&Agent::GetItemQuick>, kInputOf<ItemRequest>, kOutputOf<Data>},
+      {L"GetItemFull", Handle<&Agent::GetItemFull>, kInputOf<ItemRequest>, kOutputOf<DataEx>},
+      {L"GetItemsQuick", Handle<&Agent::GetItemsQuick>, kInputOf<PageRequest>,
+       kOutputOf<ItemPage<Data>>},
+      {L"GetItemsFull", Handle<&Agent::GetItemsFull>, kInputOf<PageRequest>,
+       kOutputOf<ItemPage<DataEx>>},
       {L"GetItemIds", Handle<&Agent::GetItemIds>, kInputOf<PageRequest>, kOutputOf<IdPage>},
       {L"GetItemsByIdQuick", Handle<&Agent::GetItemsByIdQuick>, kInputOf<IdsRequest>,
-       kItemsByIdOutput},
+       kOutputOf<ItemsFound<Data>>},
       {L"GetItemsByIdFull", Handle<&Agent::GetItemsByIdFull>, kInputOf<IdsRequest>,
-       kItemsByIdOutput},
+       kOutputOf<ItemsFound<DataEx>>},
       {L"Empty", Handle<&Agent::Empty>, kInputOf<ZoneRequest>, kNoOutput},
       {L"SetPurgeSettings", Handle<&Agent::SetPurgeSettings>, kInputOf<PurgeRequest>, kNoOutput},
       {L"GetPurgeSettings", Handle<&Agent::GetPurgeSettings>, kInputOf<ZoneRequest>,
@@ -103,12 +87,10 @@ EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   return kMethods;
 }
 
-// Sent by the notification sinks below, each body through its structure
-// (SendBody) but the added items, which item_writer writes.
+// Sent by the notification sinks below, each body through its structure.
 EnterpriseIntegration::EventTable Agent::Events() const {
   static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
-      {kAddedEvent, ByCode("\"zone\" and \"items\": the added items as item_writer writes "
-                           "them.")},
+      {kAddedEvent, kBodyOf<AddedItems>},
       {kDeletedEvent, kBodyOf<DeletedItems>},
       {kFolderChangedEvent, kBodyOf<FolderChange>},
       {kEmptyEvent, kBodyOf<ZoneRequest>},
@@ -209,29 +191,22 @@ bool Agent::GetItemFull(IPolicyMethod& method) {
 bool Agent::GetItemsQuick(IPolicyMethod& method) {
   PageRequest request;
   if (!LoadInput(method, request)) return false;
-  uint64_t total = 0;
-  kel::List<Data> items;
-  const uint32_t code = plugin()->GetItems(request.zone, static_cast<uint32_t>(request.from),
-                                           static_cast<uint32_t>(request.count), total, items);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    document["totalCount"] = Json::Value(static_cast<Json::UInt64>(total));
-    return WriteItems(items, document["items"]);
-  });
+  ItemPage<Data> page;
+  const uint32_t code =
+      plugin()->GetItems(request.zone, static_cast<uint32_t>(request.from),
+                         static_cast<uint32_t>(request.count), page.totalCount, page.items);
+  AnswerItems(method, code, page);
   return true;
 }
 
 bool Agent::GetItemsFull(IPolicyMethod& method) {
   PageRequest request;
   if (!LoadInput(method, request)) return false;
-  uint64_t total = 0;
-  FullItems full;
+  ItemPage<DataEx> page;
   const uint32_t code =
       plugin()->GetItemsEx(request.zone, static_cast<uint32_t>(request.from),
-                           static_cast<uint32_t>(request.count), total, full.items);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    document["totalCount"] = Json::Value(static_cast<Json::UInt64>(total));
-    return WriteItems(full.items, document["items"]);
-  });
+                           static_cast<uint32_t>(request.count), page.totalCount, page.items);
+  AnswerItems(method, code, page);
   return true;
 }
 
@@ -249,24 +224,20 @@ bool Agent::GetItemIds(IPolicyMethod& method) {
 bool Agent::GetItemsByIdQuick(IPolicyMethod& method) {
   IdsRequest request;
   if (!LoadInput(method, request)) return false;
-  kel::List<Data> items;
-  kel::List<IQuarantine::Error> errors;
-  const uint32_t code = plugin()->GetItemsById(request.zone, request.ids, items, errors);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    return WriteItems(items, document["items"]) && SaveList(errors, document["errors"]);
-  });
+  ItemsFound<Data> found;
+  const uint32_t code =
+      plugin()->GetItemsById(request.zone, request.ids, found.items, found.errors);
+  AnswerItems(method, code, found);
   return true;
 }
 
 bool Agent::GetItemsByIdFull(IPolicyMethod& method) {
   IdsRequest request;
   if (!LoadInput(method, request)) return false;
-  FullItems full;
-  kel::List<IQuarantine::Error> errors;
-  const uint32_t code = plugin()->GetItemsByIdEx(request.zone, request.ids, full.items, errors);
-  AnswerWith(method, code, [&](Json::Value& document) {
-    return WriteItems(full.items, document["items"]) && SaveList(errors, document["errors"]);
-  });
+  ItemsFound<DataEx> found;
+  const uint32_t code =
+      plugin()->GetItemsByIdEx(request.zone, request.ids, found.items, found.errors);
+  AnswerItems(method, code, found);
   return true;
 }
 
@@ -381,10 +352,13 @@ uint32_t Agent::StoreSink::OnItemsAdded(Zone zone, const kel::List<kel::StringW>
   SendWritten(agent_, kAddedEvent, [&](Json::Value& body) {
     IQuarantine* store = agent_.plugin();
     if (!store) return false;
-    kel::List<Data> items;
+    AddedItems added;
+    added.zone = zone;
     kel::List<IQuarantine::Error> errors;
-    if (store->GetItemsById(zone, ids, items, errors) != kel::result::kSuccess) return false;
-    return PutZone(body, zone) && WriteItems(items, body["items"]);
+    if (store->GetItemsById(zone, ids, added.items, errors) != kel::result::kSuccess) return false;
+    // A zone without a name, or an item that cannot be written, sends nothing.
+    return kZoneNames.view().FindCode(static_cast<uint32_t>(zone)) != nullptr &&
+           ItemsWritable(added.items) && JsonSerializer<AddedItems>::Save(body, added);
   });
   return 0;
 }

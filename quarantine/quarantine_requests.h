@@ -4,6 +4,7 @@
 // request loads whole before a plug-in is called: a request that fails to
 // load reaches no plug-in (160).
 #include <cstdint>
+#include <limits>
 
 #include "agent/json/json_serializer.h"
 #include "frame/list.h"
@@ -48,6 +49,11 @@ struct SaveToFolderRequest : ZoneRequest {
 struct ItemRequest : ZoneRequest {
   kel::StringW id;
 };
+
+// A page starts at 0 or later and holds at most kMaxPageSize items.
+using PageStartCodec =
+    EnterpriseIntegration::BoundedIntegerCodec<int32_t, 0, std::numeric_limits<int32_t>::max()>;
+using PageSizeCodec = EnterpriseIntegration::BoundedIntegerCodec<int32_t, 0, kMaxPageSize>;
 
 struct PageRequest : ZoneRequest {
   int32_t from = 0;
@@ -179,13 +185,8 @@ struct JsonSchema<QuarantineAgent::PageRequest> : JsonSchemaBase<QuarantineAgent
   using S = QuarantineAgent::PageRequest;
   static constexpr auto kFields = Fields(
       InlineBase<QuarantineAgent::ZoneRequest>(),
-      Required("from",  &S::from),
-      Required("count", &S::count));
-  static constexpr char kCheckRule[] =
-      "\"from\" and \"count\" are not negative, and \"count\" is at most 10000.";
-  static bool Check(const S& s) {
-    return s.from >= 0 && s.count >= 0 && s.count <= QuarantineAgent::kMaxPageSize;
-  }
+      Required("from",  &S::from,  QuarantineAgent::PageStartCodec()),
+      Required("count", &S::count, QuarantineAgent::PageSizeCodec()));
 };
 
 template <>

@@ -3,99 +3,98 @@
 #include <cstring>
 
 #include "agent/json/json_primitives.h"
-#include "reporting/item_document.h"
-#include "agent/scan_status_names.h"
-#include "reporting/scan_tables.h"
 
 namespace Reporting {
 
 using kel::nusdk::MailServers::ItemScanInfo;
-using Key = Json::StaticString;
 
 namespace {
 
-void AppendString(Json::Value& array, const kel::StringW& text) {
-  EnterpriseIntegration::SaveStringValue(text, array.append(Json::Value()));
-}
-
 // Appends `name` unless it is null or already there.
-void AppendOnce(Json::Value& array, const char* name) {
+void AppendOnce(std::vector<const char*>& names, const char* name) {
   if (!name) return;
-  for (const Json::Value& present : array) {
-    if (std::strcmp(present.asCString(), name) == 0) return;
+  for (const char* present : names) {
+    if (std::strcmp(present, name) == 0) return;
   }
-  array.append(Json::Value(Key(name)));
+  names.push_back(name);
 }
 
 template <class Module, class Table>
-void AppendMainActions(Json::Value& actions, const Module& module, const Table& table) {
+void AppendMainActions(std::vector<const char*>& actions, const Module& module,
+                       const Table& table) {
   for (const auto& rule : module.rules) AppendOnce(actions, NameOf(table, rule.mainActionTaken));
+}
+
+void AddNames(const EnterpriseIntegration::NameTableView& table, Json::Value& names) {
+  for (size_t i = 0; i < table.count; ++i) {
+    const std::string name(table.rows[i].name);
+    bool present = false;
+    for (const Json::Value& known : names) present = present || known.asString() == name;
+    if (!present) names.append(name);
+  }
 }
 
 }  // namespace
 
+bool ActionNamesCodec::Save(const std::vector<const char*>& names, Json::Value& out) const {
+  out = Json::Value(Json::arrayValue);
+  for (const char* name : names) out.append(Json::Value(Json::StaticString(name)));
+  return true;
+}
+
+void ActionNamesCodec::Describe(SchemaDirection, Json::Value& out) const {
+  out = EnterpriseIntegration::TypeSchema("array");
+  out["uniqueItems"] = true;
+  Json::Value& items = out["items"] = EnterpriseIntegration::TypeSchema("string");
+  Json::Value& names = items["enum"] = Json::Value(Json::arrayValue);
+  AddNames(kEmailActionNames.view(), names);
+  AddNames(kAttachmentActionNames.view(), names);
+  AddNames(kFileActionNames.view(), names);
+}
+
 bool WriteDetectionsDocument(const ItemScanInfo& info, Json::Value& out) {
   if (!info.onDemandTaskId.IsZero() || info.objectType != 0) return false;
 
-  Json::Value detections(Json::arrayValue);
-  if (info.antispam.rules.Count() != 0) detections.append(Key("antispam"));
-  if (info.antivirus.rules.Count() != 0) detections.append(Key("antivirus"));
-  if (info.content.rules.Count() != 0) detections.append(Key("content"));
-  if (info.attachment.rules.Count() != 0) detections.append(Key("attachment"));
-  if (info.domainCheck.rules.Count() != 0) detections.append(Key("domainCheck"));
+  DetectionsDocument document;
+  if (info.antispam.rules.Count() != 0) document.detections.EmplaceBack(0);
+  if (info.antivirus.rules.Count() != 0) document.detections.EmplaceBack(1);
+  if (info.content.rules.Count() != 0) document.detections.EmplaceBack(2);
+  if (info.attachment.rules.Count() != 0) document.detections.EmplaceBack(3);
+  if (info.domainCheck.rules.Count() != 0) document.detections.EmplaceBack(4);
 
-  Json::Value threats(Json::arrayValue);
-  Json::Value notScanned(Json::arrayValue);
-  Json::Value unscannable(Json::arrayValue);
   constexpr uint32_t kUnscannable = kel::nusdk::MailServers::kScanStatusScanFailed |
                                     kel::nusdk::MailServers::kScanStatusPasswordProtected;
   for (const auto& rule : info.antivirus.rules) {
-    for (const auto& threat : rule.threats) {
-      Json::Value& written = threats.append(Json::Value(Json::objectValue));
-      EnterpriseIntegration::SaveStringValue(threat.name, written[Key("name")]);
-      if (const char* type = NameOf(kThreatTypeNames, threat.type)) {
-        written[Key("type")] = Json::Value(Key(type));
-      }
-    }
-    if (!rule.scanned) AppendString(notScanned, rule.fileName);
-    if ((rule.finalScanStatus & kUnscannable) != 0) AppendString(unscannable, rule.fileName);
+    for (const auto& threat : rule.threats) document.threats.EmplaceBack(threat);
+    if (!rule.scanned) document.notScanned.EmplaceBack(rule.fileName);
+    if ((rule.finalScanStatus & kUnscannable) != 0) document.unscannable.EmplaceBack(rule.fileName);
   }
 
-  Json::Value errors = ErrorsObject(info);
-
-  if (detections.empty() && notScanned.empty() && unscannable.empty() && errors.empty()) {
+  if (document.detections.IsEmpty() && document.notScanned.IsEmpty() &&
+      document.unscannable.IsEmpty() && !HasErrors(info)) {
     return false;
   }
 
-  Json::Value content(Json::arrayValue);
-  for (const auto& rule : info.content.rules) AppendString(content, rule.ruleName);
-  Json::Value attachment(Json::arrayValue);
+  for (const auto& rule : info.content.rules) document.content.EmplaceBack(rule.ruleName);
   for (const auto& rule : info.attachment.rules) {
-    for (const auto& file : rule.filesMatched) AppendString(attachment, file.name);
+    for (const auto& file : rule.filesMatched) document.attachment.EmplaceBack(file.name);
   }
-  Json::Value actions(Json::arrayValue);
-  AppendMainActions(actions, info.antispam, kEmailActionNames);
+  AppendMainActions(document.actions, info.antispam, kEmailActionNames);
   for (const auto& rule : info.antivirus.rules) {
-    AppendOnce(actions, NameOf(kFileActionNames, rule.actionTaken));
+    AppendOnce(document.actions, NameOf(kFileActionNames, rule.actionTaken));
   }
-  AppendMainActions(actions, info.content, kEmailActionNames);
-  AppendMainActions(actions, info.attachment, kAttachmentActionNames);
-  AppendMainActions(actions, info.domainCheck, kEmailActionNames);
+  AppendMainActions(document.actions, info.content, kEmailActionNames);
+  AppendMainActions(document.actions, info.attachment, kAttachmentActionNames);
+  AppendMainActions(document.actions, info.domainCheck, kEmailActionNames);
+  document.messageId = info.messageId;
+  document.subject = info.subject;
+  document.senderConnection = info.senderConnection;
+  document.errors = info.errors;
 
-  Json::Value document(Json::objectValue);
-  EnterpriseIntegration::SaveStringValue(info.messageId, document[Key("messageId")]);
-  EnterpriseIntegration::SaveStringValue(info.subject, document[Key("subject")]);
-  EnterpriseIntegration::SaveStringValue(info.senderConnection,
-                                         document[Key("sentBy")][Key("connection")]);
-  document[Key("detections")] = std::move(detections);
-  document[Key("antivirus")] = std::move(threats);
-  document[Key("content")] = std::move(content);
-  document[Key("attachment")] = std::move(attachment);
-  document[Key("actions")] = std::move(actions);
-  document[Key("notScanned")] = std::move(notScanned);
-  document[Key("errors")] = std::move(errors);
-  document[Key("unscannable")] = std::move(unscannable);
-  out = std::move(document);
+  Json::Value written;
+  if (!EnterpriseIntegration::JsonSerializer<DetectionsDocument>::Save(written, document))
+    return false;
+  out = std::move(written);
   return true;
 }
 

@@ -9,15 +9,14 @@ ScannerAgent::ScannerAgent(const wchar_t* agentName)
     : ScanListener(agentName, L"kel::nusdk::MailServers::ScannerAgent") {}
 
 EnterpriseIntegration::EventTable ScannerAgent::Events() const {
-  static constexpr auto kItem = EnterpriseIntegration::ByCode(
-      "The item document: see reporting/item_document.h for its keys and when each is there.");
+  using kel::nusdk::MailServers::ConnectionBlockedInfo;
+  static constexpr auto kItem = EnterpriseIntegration::kBodyOf<ItemScanInfo>;
   static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
       {Reporting::kTransportEmailScanned, kItem},
       {Reporting::kOnDemandEmailScanned, kItem},
       {Reporting::kTransportObjectScanned, kItem},
       {Reporting::kOnDemandObjectScanned, kItem},
-      {Reporting::kConnectionBlocked,
-       EnterpriseIntegration::ByCode("\"senderEmail\" and \"blockedBy\".")},
+      {Reporting::kConnectionBlocked, EnterpriseIntegration::kBodyOf<ConnectionBlockedInfo>},
   };
   return kEvents;
 }

@@ -11,6 +11,7 @@ using kel::nusdk::MailServers::ConnectionBlockedInfo;
 using kel::nusdk::MailServers::ItemScanInfo;
 
 namespace {
+constexpr char kStatsKey[] = "stats";
 constexpr wchar_t kStopFunction[] = L"kel::MailServers::kelScannerAgent::Stop";
 constexpr wchar_t kReportFunction[] = L"kel::MailServers::kelScannerAgent::ReportStatistics";
 constexpr wchar_t kWaitFunction[] =
@@ -37,10 +38,8 @@ uint32_t kelScannerAgent::Start() {
 
 EnterpriseIntegration::EventTable kelScannerAgent::Events() const {
   static constexpr EnterpriseIntegration::EventEntry kEvents[] = {
-      {kStatsEvent, EnterpriseIntegration::ByCode(
-                        "\"stats\": the counts since the last report (statistics_store.h).")},
-      {Reporting::kDetectionsEvent,
-       EnterpriseIntegration::ByCode("The detections of one item (detections_event.h).")},
+      {kStatsEvent, EnterpriseIntegration::kOutputAt<kStatsKey, Reporting::Statistics>},
+      {Reporting::kDetectionsEvent, EnterpriseIntegration::kBodyOf<Reporting::DetectionsDocument>},
   };
   return kEvents;
 }
@@ -100,7 +99,7 @@ bool kelScannerAgent::SendStatistics() {
   if (!store_.HasData()) return false;
   try {
     Json::Value body(Json::objectValue);
-    store_.Write(body["stats"]);
+    store_.Write(body[kStatsKey]);
     SendEvent(kStatsEvent, body, EnterpriseIntegration::kEventOrdinary);
   } catch (...) {
   }

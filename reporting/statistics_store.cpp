@@ -6,7 +6,6 @@
 namespace Reporting {
 
 using kel::nusdk::MailServers::ItemScanInfo;
-using Key = Json::StaticString;
 
 namespace {
 
@@ -59,33 +58,6 @@ void Add(std::vector<Tally::FilterCount>& out, const char* filter,
   for (const std::string& counter : counters) out.push_back({filter, counter});
 }
 
-void WriteInterval(Json::Value& group, int64_t first, int64_t last) {
-  Json::Value& interval = group[Key("interval")];
-  interval[Key("first")] = static_cast<Json::Int64>(first);
-  interval[Key("last")] = static_cast<Json::Int64>(last);
-}
-
-template <class Map>
-Json::Value CountersObject(const Map& counters) {
-  Json::Value object(Json::objectValue);
-  for (const auto& counter : counters) object[counter.first] = Json::UInt64(counter.second);
-  return object;
-}
-
-template <class Threats>
-Json::Value ThreatsObject(const Threats& threats) {
-  Json::Value object(Json::objectValue);
-  for (const auto& threat : threats) {
-    Json::Value& written = object[threat.first];
-    if (threat.second.type) written[Key("type")] = Json::Value(Key(threat.second.type));
-    Json::Value& byAddress = written[Key("byAddress")] = Json::Value(Json::objectValue);
-    for (const auto& address : threat.second.byAddress) {
-      byAddress[address.first] = CountersObject(address.second);
-    }
-  }
-  return object;
-}
-
 }  // namespace
 
 Tally Tally::Of(const ItemScanInfo& info) {
@@ -122,7 +94,7 @@ Tally Tally::Of(const ItemScanInfo& info) {
   return tally;
 }
 
-void StatisticsStore::Interval::Touch(int64_t now) noexcept {
+void StatsInterval::Touch(int64_t now) noexcept {
   if (first == 0) first = now;
   last = now;
 }
@@ -130,38 +102,38 @@ void StatisticsStore::Interval::Touch(int64_t now) noexcept {
 void StatisticsStore::Fold(const Tally& tally, int64_t now) {
   if (!tally.counted) return;
 
-  transport_.interval.Touch(now);
-  ++transport_.count;
-  Traffic& traffic = transport_.byTraffic[tally.traffic];
+  stats_.transport.interval.Touch(now);
+  ++stats_.transport.count;
+  StatsTraffic& traffic = stats_.transport.byTraffic[tally.traffic];
   ++traffic.total;
   for (const Tally::FilterCount& count : tally.byFilter) {
     ++traffic.byFilter[count.filter][count.counter];
   }
 
   if (!tally.antispam.empty() && !tally.recipients.empty()) {
-    antispam_.interval.Touch(now);
-    ++antispam_.count;
+    stats_.antispam.interval.Touch(now);
+    ++stats_.antispam.count;
     for (const std::string& recipient : tally.recipients) {
-      Counters& counters = antispam_.sentTo[recipient];
+      StatsCounters& counters = stats_.antispam.sentTo[recipient];
       for (const std::string& counter : tally.antispam) ++counters[counter];
     }
   }
 
   if (tally.threats.empty()) return;
   const bool bySender = !tally.sender.empty();
-  if (!tally.recipients.empty() || bySender) antivirus_.interval.Touch(now);
-  if (!tally.recipients.empty()) ++antivirus_.recipients;
-  if (bySender) ++antivirus_.senders;
+  if (!tally.recipients.empty() || bySender) stats_.antivirus.interval.Touch(now);
+  if (!tally.recipients.empty()) ++stats_.antivirus.recipients;
+  if (bySender) ++stats_.antivirus.senders;
   for (const Tally::ThreatCount& threat : tally.threats) {
     if (!tally.recipients.empty()) {
-      Threat& sentTo = antivirus_.sentTo[threat.name];
+      StatsThreat& sentTo = stats_.antivirus.sentTo[threat.name];
       sentTo.type = threat.type;
       for (const std::string& recipient : tally.recipients) {
         ++sentTo.byAddress[recipient][threat.counter];
       }
     }
     if (bySender) {
-      Threat& sentBy = antivirus_.sentBy[threat.name];
+      StatsThreat& sentBy = stats_.antivirus.sentBy[threat.name];
       sentBy.type = threat.type;
       ++sentBy.byAddress[tally.sender][threat.counter];
     }
@@ -169,44 +141,32 @@ void StatisticsStore::Fold(const Tally& tally, int64_t now) {
 }
 
 bool StatisticsStore::HasData() const noexcept {
-  return antispam_.count != 0 || antivirus_.recipients != 0 || antivirus_.senders != 0 ||
-         transport_.count != 0;
+  return stats_.antispam.count != 0 || stats_.antivirus.recipients != 0 ||
+         stats_.antivirus.senders != 0 || stats_.transport.count != 0;
 }
 
 void StatisticsStore::Write(Json::Value& stats) const {
-  if (antispam_.count != 0) {
-    Json::Value& group = stats[Key("antispam")];
-    WriteInterval(group, antispam_.interval.first, antispam_.interval.last);
-    Json::Value& sentTo = group[Key("sentTo")] = Json::Value(Json::objectValue);
-    for (const auto& address : antispam_.sentTo) {
-      sentTo[address.first] = CountersObject(address.second);
-    }
-  }
-  if (antivirus_.recipients != 0 || antivirus_.senders != 0) {
-    Json::Value& group = stats[Key("antivirus")];
-    WriteInterval(group, antivirus_.interval.first, antivirus_.interval.last);
-    group[Key("sentTo")] = ThreatsObject(antivirus_.sentTo);
-    group[Key("sentBy")] = ThreatsObject(antivirus_.sentBy);
-  }
-  if (transport_.count != 0) {
-    Json::Value& group = stats[Key("transport")];
-    WriteInterval(group, transport_.interval.first, transport_.interval.last);
-    Json::Value& byTraffic = group[Key("byTraffic")] = Json::Value(Json::objectValue);
-    for (const auto& traffic : transport_.byTraffic) {
-      Json::Value& written = byTraffic[traffic.first];
-      written[Key("total")] = Json::UInt64(traffic.second.total);
-      Json::Value& byFilter = written[Key("byFilter")] = Json::Value(Json::objectValue);
-      for (const auto& filter : traffic.second.byFilter) {
-        byFilter[filter.first] = CountersObject(filter.second);
-      }
-    }
-  }
+  EnterpriseIntegration::JsonSerializer<Statistics>::Save(stats, stats_);
 }
 
-void StatisticsStore::Reset() {
-  antispam_ = decltype(antispam_)();
-  antivirus_ = decltype(antivirus_)();
-  transport_ = decltype(transport_)();
+void StatisticsStore::Reset() { stats_ = Statistics(); }
+
+bool AntispamCounted(const Statistics& stats) noexcept { return stats.antispam.count != 0; }
+
+bool AntivirusCounted(const Statistics& stats) noexcept {
+  return stats.antivirus.recipients != 0 || stats.antivirus.senders != 0;
+}
+
+bool TransportCounted(const Statistics& stats) noexcept { return stats.transport.count != 0; }
+
+bool TableNameCodec::Save(const char* name, Json::Value& out) const {
+  if (name == nullptr) return false;
+  out = Json::Value(Json::StaticString(name));
+  return true;
+}
+
+void TableNameCodec::Describe(EnterpriseIntegration::SchemaDirection, Json::Value& out) const {
+  out = EnterpriseIntegration::EnumSchema(table);
 }
 
 }  // namespace Reporting

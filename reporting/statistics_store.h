@@ -45,6 +45,9 @@
 
 #include <json/value.h>
 
+#include "agent/json/json_schema_writer.h"
+#include "agent/json/json_serializer.h"
+#include "reporting/scan_tables.h"
 #include "sdk/mailservers/mail_servers.h"
 
 namespace Reporting {
@@ -73,6 +76,46 @@ struct Tally {
   static Tally Of(const kel::nusdk::MailServers::ItemScanInfo& info);
 };
 
+// The counts since the last reset, as the report writes them.
+struct StatsInterval {
+  int64_t first = 0;
+  int64_t last = 0;
+  void Touch(int64_t now) noexcept;
+};
+using StatsCounters = std::map<std::string, uint64_t>;
+using StatsByAddress = std::unordered_map<std::string, StatsCounters>;
+struct StatsThreat {
+  const char* type = nullptr;  // the threat type's name; null leaves "type" out
+  StatsByAddress byAddress;
+};
+struct StatsTraffic {
+  uint64_t total = 0;
+  std::map<std::string, StatsCounters> byFilter;
+};
+struct AntispamStats {
+  StatsInterval interval;
+  uint64_t count = 0;
+  StatsByAddress sentTo;
+};
+struct AntivirusStats {
+  StatsInterval interval;
+  uint64_t recipients = 0;
+  uint64_t senders = 0;
+  std::unordered_map<std::string, StatsThreat> sentTo;
+  std::unordered_map<std::string, StatsThreat> sentBy;
+};
+struct TransportStats {
+  StatsInterval interval;
+  uint64_t count = 0;
+  std::unordered_map<std::string, StatsTraffic> byTraffic;
+};
+// Each group is written only when its count is not zero.
+struct Statistics {
+  AntispamStats antispam;
+  AntivirusStats antivirus;
+  TransportStats transport;
+};
+
 // Not synchronised: its owner holds the statistics lock around every call.
 class StatisticsStore {
  public:
@@ -80,10 +123,10 @@ class StatisticsStore {
 
   // The four "has data" counts: messages folded into each part since the
   // last reset.
-  uint64_t antispamCount() const noexcept { return antispam_.count; }
-  uint64_t antivirusRecipientsCount() const noexcept { return antivirus_.recipients; }
-  uint64_t antivirusSendersCount() const noexcept { return antivirus_.senders; }
-  uint64_t transportCount() const noexcept { return transport_.count; }
+  uint64_t antispamCount() const noexcept { return stats_.antispam.count; }
+  uint64_t antivirusRecipientsCount() const noexcept { return stats_.antivirus.recipients; }
+  uint64_t antivirusSendersCount() const noexcept { return stats_.antivirus.senders; }
+  uint64_t transportCount() const noexcept { return stats_.transport.count; }
   bool HasData() const noexcept;
 
   // {"antispam": ..., "antivirus": ..., "transport": ...}, each group only
@@ -92,39 +135,96 @@ class StatisticsStore {
   void Reset();
 
  private:
-  using Counters = std::map<std::string, uint64_t>;
-  using ByAddress = std::unordered_map<std::string, Counters>;
-  struct Interval {
-    int64_t first = 0;
-    int64_t last = 0;
-    void Touch(int64_t now) noexcept;
-  };
-  struct Threat {
-    const char* type = nullptr;
-    ByAddress byAddress;
-  };
-  struct Traffic {
-    uint64_t total = 0;
-    std::map<std::string, Counters> byFilter;
-  };
-
-  struct {
-    Interval interval;
-    uint64_t count = 0;
-    ByAddress sentTo;
-  } antispam_;
-  struct {
-    Interval interval;
-    uint64_t recipients = 0;
-    uint64_t senders = 0;
-    std::unordered_map<std::string, Threat> sentTo;
-    std::unordered_map<std::string, Threat> sentBy;
-  } antivirus_;
-  struct {
-    Interval interval;
-    uint64_t count = 0;
-    std::unordered_map<std::string, Traffic> byTraffic;
-  } transport_;
+  Statistics stats_;
 };
 
+// A name kept as the table's own text; null has no JSON form.
+struct TableNameCodec : EnterpriseIntegration::JsonCodec {
+  constexpr explicit TableNameCodec(EnterpriseIntegration::NameTableView names) : table(names) {}
+  bool Save(const char* name, Json::Value& out) const;
+  void Describe(EnterpriseIntegration::SchemaDirection direction, Json::Value& out) const;
+  EnterpriseIntegration::NameTableView table;
+};
+
+using StatsCountersCodec =
+    EnterpriseIntegration::MapCodec<StatsCounters, EnterpriseIntegration::IntegerCodec<uint64_t>>;
+using StatsByAddressCodec = EnterpriseIntegration::MapCodec<StatsByAddress, StatsCountersCodec>;
+using StatsThreatsCodec =
+    EnterpriseIntegration::MapCodec<std::unordered_map<std::string, StatsThreat>,
+                                    EnterpriseIntegration::StructCodec<StatsThreat>>;
+using StatsByFilterCodec =
+    EnterpriseIntegration::MapCodec<std::map<std::string, StatsCounters>, StatsCountersCodec>;
+using StatsByTrafficCodec =
+    EnterpriseIntegration::MapCodec<std::unordered_map<std::string, StatsTraffic>,
+                                    EnterpriseIntegration::StructCodec<StatsTraffic>>;
+
+bool AntispamCounted(const Statistics& stats) noexcept;
+bool AntivirusCounted(const Statistics& stats) noexcept;
+bool TransportCounted(const Statistics& stats) noexcept;
+
 }  // namespace Reporting
+
+namespace EnterpriseIntegration {
+
+// clang-format off
+template <>
+struct JsonSchema<Reporting::StatsInterval> : JsonSchemaBase<Reporting::StatsInterval> {
+  using S = Reporting::StatsInterval;
+  static constexpr auto kFields = Fields(
+      Required("first", &S::first),
+      Required("last",  &S::last));
+};
+
+template <>
+struct JsonSchema<Reporting::StatsThreat> : JsonSchemaBase<Reporting::StatsThreat> {
+  using S = Reporting::StatsThreat;
+  static constexpr auto kFields = Fields(
+      Optional("type",      &S::type,
+          Reporting::TableNameCodec(Reporting::kThreatTypeNames.view())),
+      Required("byAddress", &S::byAddress, Reporting::StatsByAddressCodec()));
+};
+
+template <>
+struct JsonSchema<Reporting::StatsTraffic> : JsonSchemaBase<Reporting::StatsTraffic> {
+  using S = Reporting::StatsTraffic;
+  static constexpr auto kFields = Fields(
+      Required("total",    &S::total),
+      Required("byFilter", &S::byFilter, Reporting::StatsByFilterCodec()));
+};
+
+template <>
+struct JsonSchema<Reporting::AntispamStats> : JsonSchemaBase<Reporting::AntispamStats> {
+  using S = Reporting::AntispamStats;
+  static constexpr auto kFields = Fields(
+      Required("interval", &S::interval),
+      Required("sentTo",   &S::sentTo, Reporting::StatsByAddressCodec()));
+};
+
+template <>
+struct JsonSchema<Reporting::AntivirusStats> : JsonSchemaBase<Reporting::AntivirusStats> {
+  using S = Reporting::AntivirusStats;
+  static constexpr auto kFields = Fields(
+      Required("interval", &S::interval),
+      Required("sentTo",   &S::sentTo, Reporting::StatsThreatsCodec()),
+      Required("sentBy",   &S::sentBy, Reporting::StatsThreatsCodec()));
+};
+
+template <>
+struct JsonSchema<Reporting::TransportStats> : JsonSchemaBase<Reporting::TransportStats> {
+  using S = Reporting::TransportStats;
+  static constexpr auto kFields = Fields(
+      Required("interval",  &S::interval),
+      Required("byTraffic", &S::byTraffic, Reporting::StatsByTrafficCodec()));
+};
+
+template <>
+struct JsonSchema<Reporting::Statistics> : JsonSchemaBase<Reporting::Statistics> {
+  using S = Reporting::Statistics;
+  static constexpr auto kFields = Fields(
+      Optional("antispam",  &S::antispam,  When(&Reporting::AntispamCounted)),
+      Optional("antivirus", &S::antivirus, When(&Reporting::AntivirusCounted)),
+      Optional("transport", &S::transport, When(&Reporting::TransportCounted)));
+};
+// clang-format on
+
+}  // namespace EnterpriseIntegration

@@ -42,6 +42,54 @@ using EnterpriseIntegration::Handle;
 
 namespace {
 
+// What the worker's XML becomes (xml2json.h) is open: only the levels the
+// mapping itself makes are known. A converted element is a member holding its
+// "value" text or, with elements inside, an object of the same kind.
+Json::Value ConvertedElements() {
+  Json::Value object = EnterpriseIntegration::TypeSchema("object");
+  Json::Value& member = object["additionalProperties"];
+  member["type"].append("string");
+  member["type"].append("object");
+  EnterpriseIntegration::AddDescription(object, "The worker's elements, converted as they are.");
+  return object;
+}
+
+// The answer when the worker's text was well-formed: `key` holding `value`;
+// otherwise nothing is written and the output stays as the host passed it.
+void WriteAnswer(Json::Value& schema, const char* key, Json::Value value) {
+  schema = Json::Value(Json::objectValue);
+  schema["$schema"] = EnterpriseIntegration::kSchemaDialect;
+  schema["type"].append("object");
+  schema["type"].append("null");
+  schema["properties"][key] = std::move(value);
+  schema["required"].append(key);
+  schema["additionalProperties"] = false;
+}
+
+// The converted elements of one level of servers, databases or mailboxes,
+// with the next level's array under `inner`.
+Json::Value LevelItems(const char* inner, Json::Value innerItems) {
+  Json::Value item = ConvertedElements();
+  if (inner != nullptr) {
+    Json::Value& array = item["properties"][inner] = EnterpriseIntegration::TypeSchema("array");
+    array["items"] = std::move(innerItems);
+    item["required"].append(inner);
+  }
+  Json::Value array = EnterpriseIntegration::TypeSchema("array");
+  array["items"] = std::move(item);
+  return array;
+}
+
+void WriteStructureSchema(Json::Value& schema) {
+  Json::Value mailboxes = LevelItems(nullptr, Json::Value());
+  Json::Value databases = LevelItems("mailboxes", std::move(mailboxes["items"]));
+  WriteAnswer(schema, "servers", LevelItems("databases", std::move(databases["items"])));
+}
+
+void WriteConfigurationSchema(Json::Value& schema) {
+  WriteAnswer(schema, "configuration", ConvertedElements());
+}
+
 // The module this code is linked into: the worker lies beside it.
 HMODULE ThisModule() {
   static const char kMarker = 0;
@@ -67,12 +115,10 @@ Agent::~Agent() {
 EnterpriseIntegration::PolicyMethodTable Agent::PolicyMethods() const {
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
       {L"GetOrganizationStructure", Handle<&Agent::GetOrganizationStructure>,
-       EnterpriseIntegration::kNoInput,
-       EnterpriseIntegration::ByCode("\"servers\": the worker's /listmb XML as JSON (xml2json.h).")},
+       EnterpriseIntegration::kNoInput, EnterpriseIntegration::SchemaShape(&WriteStructureSchema)},
       {L"GetOrganizationConfiguration", Handle<&Agent::GetOrganizationConfiguration>,
        EnterpriseIntegration::kNoInput,
-       EnterpriseIntegration::ByCode(
-           "\"configuration\": the worker's /orgConfig XML as JSON (xml2json.h).")},
+       EnterpriseIntegration::SchemaShape(&WriteConfigurationSchema)},
       {L"GetExchangeInfo", Handle<&Agent::GetExchangeInfo>, EnterpriseIntegration::kNoInput,
        EnterpriseIntegration::kOutputOf<ExchangeInstallInfo>},
   };

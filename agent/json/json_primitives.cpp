@@ -165,4 +165,12 @@ void SaveIPv4Value(const kel::nusdk::Network::IPv4& address, Json::Value& out) {
   SaveStringValue(address.ToString(), out);
 }
 
+namespace detail {
+
+std::string MapKeyText(const kel::StringW& key) {
+  return kel::Utf8FromWide(key.c_str(), key.Length());
+}
+
+}  // namespace detail
+
 }  // namespace EnterpriseIntegration

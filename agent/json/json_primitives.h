@@ -22,6 +22,8 @@
 //   IPv4                    string in the dotted form                string
 //   enumeration, flag set   see json_enum.h
 //   kel::List<T>            array; every element loads as T          array
+//   std::string (UTF-8)     - (written only)                         string
+//   a map (MapCodec)        - (written only)                         object
 //   structure               object, by its schema (json_serializer.h)  object
 //
 // Doubles never load as integers, whatever their value. Integer loads (the
@@ -30,6 +32,7 @@
 // except a list, which is emptied once its array has been found.
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -113,6 +116,15 @@ struct StringCodec : JsonCodec {
   }
   bool Save(const kel::StringW& value, Json::Value& out) const {
     SaveStringValue(value, out);
+    return true;
+  }
+};
+
+// Text already in UTF-8, kept as it is (no conversion through wide text).
+// Written only: what the console sends is read into wide strings.
+struct Utf8Codec : JsonCodec {
+  bool Save(const std::string& value, Json::Value& out) const {
+    out = Json::Value(value);
     return true;
   }
 };
@@ -250,6 +262,76 @@ struct ListCodec : JsonCodec {
   ElementCodec element;
 };
 
+// An integer that must lie from Min to Max to load: a range the member's
+// type alone does not give. Saved as the type's own integer.
+template <class I, int64_t Min, int64_t Max>
+struct BoundedIntegerCodec : JsonCodec {
+  // An unsigned load reads a negative number as its bit pattern, which a
+  // range on the value read could not state.
+  static_assert(std::is_signed_v<I>, "a range is on a signed integer");
+  static_assert(Min <= Max, "an empty range");
+  bool Load(const JsonNodeRef& at, I& out) const {
+    if (!IntegerCodec<I>().Load(at, out)) return false;
+    const int64_t value = static_cast<int64_t>(out);
+    if (value >= Min && value <= Max) return true;
+    out = 0;
+    return false;
+  }
+  bool Save(const I& value, Json::Value& out) const { return IntegerCodec<I>().Save(value, out); }
+};
+
+namespace detail {
+
+std::string MapKeyText(const kel::StringW& key);
+inline const std::string& MapKeyText(const std::string& key) { return key; }
+
+template <class Entry, class = void>
+struct IsPair : std::false_type {};
+template <class Entry>
+struct IsPair<Entry, std::void_t<decltype(std::declval<const Entry&>().first)>> : std::true_type {};
+
+template <class Entry>
+decltype(auto) EntryKey(const Entry& entry) {
+  if constexpr (IsPair<Entry>::value) {
+    return MapKeyText(entry.first);
+  } else {
+    return MapKeyText(entry.key);
+  }
+}
+template <class Entry>
+const auto& EntryValue(const Entry& entry) {
+  if constexpr (IsPair<Entry>::value) {
+    return entry.second;
+  } else {
+    return entry.value;
+  }
+}
+
+}  // namespace detail
+
+// A map from texts to values, as an object whose member names are the texts
+// (UTF-8). Either a standard map of std::string keys (entries .first and
+// .second) or a kel::Map of wide strings (entries .key and .value). An
+// entry whose value has no JSON form is left out. Written only: the maps are
+// reports of the module's own.
+template <class Map, class ValueCodec>
+struct MapCodec : JsonCodec {
+  constexpr MapCodec() = default;
+  constexpr explicit MapCodec(const ValueCodec& codec) : value(codec) {}
+
+  bool Save(const Map& map, Json::Value& out) const {
+    out = Json::Value(Json::objectValue);
+    for (const auto& entry : map) {
+      Json::Value item;
+      if (value.Save(detail::EntryValue(entry), item))
+        out[detail::EntryKey(entry)] = std::move(item);
+    }
+    return true;
+  }
+
+  ValueCodec value;
+};
+
 // A structure with a JsonSchema (json_serializer.h).
 template <class T>
 struct StructCodec;
@@ -289,6 +371,10 @@ struct DefaultCodecFor<T, std::enable_if_t<std::is_enum_v<T>>> {
 template <>
 struct DefaultCodecFor<kel::StringW> {
   using type = StringCodec;
+};
+template <>
+struct DefaultCodecFor<std::string> {
+  using type = Utf8Codec;
 };
 template <>
 struct DefaultCodecFor<kel::Guid> {

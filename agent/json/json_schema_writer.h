@@ -137,6 +137,12 @@ struct PrimitiveSchema<StringCodec> {
   static void Write(const StringCodec&, SchemaDirection direction, Json::Value& out);
 };
 template <>
+struct PrimitiveSchema<Utf8Codec> {
+  static void Write(const Utf8Codec&, SchemaDirection, Json::Value& out) {
+    out = TypeSchema("string");
+  }
+};
+template <>
 struct PrimitiveSchema<GuidCodec> {
   static void Write(const GuidCodec&, SchemaDirection direction, Json::Value& out) {
     out = GuidSchema(direction);
@@ -172,6 +178,27 @@ struct PrimitiveSchema<ListCodec<T, ElementCodec>> {
       items = EitherSchema(std::move(items), TypeSchema("null"));
     out = TypeSchema("array");
     out["items"] = std::move(items);
+  }
+};
+
+template <class I, int64_t Min, int64_t Max>
+struct PrimitiveSchema<BoundedIntegerCodec<I, Min, Max>> {
+  static void Write(const BoundedIntegerCodec<I, Min, Max>&, SchemaDirection direction,
+                    Json::Value& out) {
+    if (direction == SchemaDirection::kInput) {
+      out = IntegerSchema(Min, Max);
+    } else {
+      DescribeCodec(IntegerCodec<I>(), direction, out);
+    }
+  }
+};
+
+template <class Map, class ValueCodec>
+struct PrimitiveSchema<MapCodec<Map, ValueCodec>> {
+  static void Write(const MapCodec<Map, ValueCodec>& codec, SchemaDirection direction,
+                    Json::Value& out) {
+    out = TypeSchema("object");
+    DescribeCodec(codec.value, direction, out["additionalProperties"]);
   }
 };
 
@@ -321,11 +348,8 @@ void DescribeField(const F& field, SchemaDirection direction, Json::Value& objec
 
 template <class S>
 void DescribeMembers(SchemaDirection direction, Json::Value& object) {
-  std::apply(
-      [&](const auto&... field) {
-        (DescribeField<S>(field, direction, object), ...);
-      },
-      JsonSchema<S>::kFields);
+  std::apply([&](const auto&... field) { (DescribeField<S>(field, direction, object), ...); },
+             JsonSchema<S>::kFields);
   // A cross-field rule only refuses: what is saved is whatever the structure holds.
   if (direction == SchemaDirection::kInput && &JsonSchema<S>::Check != &JsonSchemaBase<S>::Check)
     NoteCheck(object, CheckRuleOf<S>::kText);
