@@ -95,7 +95,7 @@ class FuzzCall final : public IPolicyMethod {
 
 struct Line {
   kelhost::ScriptLine line;
-  std::string agentClass;   // of the agent a call line names, as created then
+  std::string agentClass;   // a seed line's: the class of the agent it calls
   bool fuzzBefore = false;  // a method's chosen seed: fuzz, then run the line
   bool fuzzAfter = false;   // an asynchronous seed: run the line, then fuzz
 };
@@ -330,12 +330,12 @@ class Runner {
     std::printf("  %s %s from %s\n", agentClass.c_str(), method.c_str(), figures.seedAt.c_str());
     std::fflush(stdout);
     const auto started = std::chrono::steady_clock::now();
-    // A call that let megabytes through is followed by a fresh host, so
-    // that the calls after it do not each read them back.
     if (!loadProblem_.empty()) {
       outcome_.problems.push_back(script.name + ": " + loadProblem_);
       return;
     }
+    // A call that let megabytes through is followed by a fresh host, so
+    // that the calls after it do not each read them back.
     while (figures.calls < options_.callsPerMethod) {
       Host host(kelhost::MakeReferencePlugins(), module_);
       host.session = std::make_unique<kelhost::Session>(kelhost::HostParts{
@@ -408,15 +408,27 @@ class Runner {
     return state;
   }
 
+  // Whether a getter says work is still under way ({"running": true}): a
+  // run the call started on the plug-in's thread, which a starved thread on
+  // a busy machine can leave looking still for far longer than a few looks.
+  static bool Running(const Json::Value& snapshot, size_t probes) {
+    for (Json::ArrayIndex i = 0; i < probes && i < snapshot.size(); ++i) {
+      const Json::Value& output = snapshot[i]["output"];
+      if (output.isObject() && output.get("running", false) == Json::Value(true)) return true;
+    }
+    return false;
+  }
+
   // The snapshot once it has looked the same `quiet` times in a row, 20 ms
-  // apart (or after two seconds): a call left running asynchronously may
-  // still be on its way to the plug-in, and on a busy machine a starved
-  // thread can look done for one look.
+  // apart, and, with `idle`, no getter says a run is under way (or after five
+  // seconds): a call left running asynchronously may still be on its way to
+  // the plug-in.
   static Json::Value Settled(Host& host, EnterpriseIntegration::IAgent& agent,
                              const std::vector<Probe>& probes, bool* moved = nullptr,
-                             int quiet = 1) {
+                             int quiet = 1, bool idle = false) {
     Json::Value last = Snapshot(host, agent, probes);
-    for (int i = 0, same = 0; i < 100 && same < quiet; ++i) {
+    for (int i = 0, same = 0;
+         i < 250 && (same < quiet || (idle && Running(last, probes.size()))); ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
       Json::Value next = Snapshot(host, agent, probes);
       if (next == last) {
@@ -493,7 +505,7 @@ class Runner {
     std::set<uint32_t> allowed = kModuleCodes;
     allowed.insert(kPluginCodes.begin(), kPluginCodes.end());
     for (uint32_t code : ForcedFailures(host)) allowed.insert(code);
-    Json::Value before = Snapshot(host, *agent, probes);
+    Json::Value before = Settled(host, *agent, probes, nullptr, 1, true);
 
     while (figures.calls < options_.callsPerMethod) {
       const size_t n = figures.calls;
@@ -547,12 +559,16 @@ class Runner {
         }
         // A method whose effect goes on after it returns (a run on the
         // plug-in's thread) is waited for after each call it is let through;
-        // the first few calls let through tell.
+        // the first few calls let through tell, and so does a getter that
+        // says a run is under way.
         if (settleAlways || accepted++ < 3) {
           before = Settled(host, *agent, probes, &settleAlways);
-          if (settleAlways) before = Settled(host, *agent, probes, nullptr, kQuietLooks);
         } else {
           before = Snapshot(host, *agent, probes);
+        }
+        if (settleAlways || Running(before, probes.size())) {
+          settleAlways = true;
+          before = Settled(host, *agent, probes, nullptr, kQuietLooks, true);
         }
       }
       if (options_.verbose) {
