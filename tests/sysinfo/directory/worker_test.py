@@ -76,8 +76,11 @@ SMALL_STRUCTURE = [
      "guid": "c6cd4b8e-7248-5c6c-91d7-bef34e12bcf9",
      "databases": [
          {"name": "DB \"Ost\", Graz", "edbFilePath": "D:\\Databases\\Ost <Graz>\\Ost & Graz.edb",
-          "server": "EX01", "guid": "e9ec4508-eb0a-57fd-baf6-1e60b984ff12", "mailboxCount": "2",
+          "server": "EX01", "guid": "e9ec4508-eb0a-57fd-baf6-1e60b984ff12", "mailboxCount": "3",
           "mailboxes": [
+              {"displayName": "  Pat\tO'Neil ]]><!-- -->\r\nDesk 2  ", "primarySmtpAddress": "pat@corp.example",
+               "alias": "pat", "userPrincipalName": "pat@corp.example", "recipientType": "UserMailbox",
+               "accountDisabled": "false"},
               {"displayName": "Chloé <Boss> & 'Co' \"Q\"", "primarySmtpAddress": "chloe@corp.example",
                "mailboxGuid": "8ce62943-6173-541e-98b3-745ca61c4844", "alias": "chloe",
                "userPrincipalName": "chloe@corp.example", "recipientType": "SharedMailbox",
@@ -171,10 +174,12 @@ def main():
         want = {
             "organization": {"name": "Zürich & Söhne AG", "guid": "51d48700-4aee-5a5d-a8a5-27a5c1471ac6",
                              "distinguishedName": ORG_DN},
-            "acceptedDomains": {"all": "corp.example, partner.example, relay.example, zürich.example",
+            "acceptedDomains": {"all": "corp.example, odd.example, partner.example, relay.example, "
+                                "second.example, zürich.example",
                                 "default": "corp.example",
                                 "authoritative": "corp.example, zürich.example",
-                                "internalRelay": "partner.example", "externalRelay": "relay.example"},
+                                "internalRelay": "partner.example, second.example",
+                                "externalRelay": "relay.example"},
             "transport": {"maxSendSizeKB": "35840", "maxReceiveSizeKB": "36864",
                           "maxRecipientsPerMessage": "500", "internalSmtpServers": "10.0.0.5, 10.0.0.6"},
             "exchangeServers": {"count": "2", "names": "EX01, EX02"},
