@@ -7,6 +7,7 @@ server's size limit.
 
 Prints one line per case and closes with "N passed, N failed".
 """
+import concurrent.futures
 import os
 import socket
 import subprocess
@@ -199,10 +200,21 @@ def main():
         cases.check("bind refused: 1326, one line on standard error, nothing on standard output",
                     exited(code, 1326) and out == b"" and one_line_error(err, 1326, "refused"), "%d %r" % (code, err))
 
-        code, out, err, _ = run_worker("/listmb", server_env(port, KEL_DIRECTORY_PAGE_SIZE="0"))
-        cases.check("a setting not understood: 1610, named on standard error",
-                    exited(code, 1610) and out == b"" and one_line_error(err, 1610, "KEL_DIRECTORY_PAGE_SIZE"),
-                    "%d %r" % (code, err))
+        # A setting not understood stops the worker before it goes anywhere.
+        refused = [("SERVER", v) for v in ("host:", "host:0", "host:65536", "host:389x", ":389", "fe80::1",
+                                           "[fe80::1", "[::1]389", "ldap://host", "two words")]
+        refused += [("BIND", "kerberos"), ("BIND", ""), ("BIND", "simple")]  # simple without a user
+        refused += [("TIMEOUT", v) for v in ("0", "3601", "-5", "4294967297")]
+        refused += [("PAGE_SIZE", v) for v in ("0", "5001", "")]
+
+        def refuse(row):
+            name = "KEL_DIRECTORY_" + row[0]
+            return row, name, run_worker("/listmb", server_env(port, **{name: row[1]}))
+        with concurrent.futures.ThreadPoolExecutor(4) as pool:
+            for row, name, (code, out, err, _) in pool.map(refuse, refused):
+                cases.check("a setting not understood, %s=%r: 1610, named on standard error" % row,
+                            exited(code, 1610) and out == b"" and one_line_error(err, 1610, name),
+                            "%d %r" % (code, err))
         code, out, err, _ = run_worker("/listmb", server_env(port), extra=["stopEventName=NOSUCHEVENT"])
         cases.check("a stop event that does not exist: 2, named on standard error",
                     exited(code, 2) and out == b"" and one_line_error(err, 2, "NOSUCHEVENT"),
