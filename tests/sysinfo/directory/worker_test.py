@@ -7,6 +7,7 @@ server's size limit.
 
 Prints one line per case and closes with "N passed, N failed".
 """
+import base64
 import concurrent.futures
 import os
 import socket
@@ -222,6 +223,60 @@ def main():
         code, out, err, _ = run_worker("/list", server_env(port))
         cases.check("a command line not understood: 87", exited(code, 87) and one_line_error(err, 87, "/list"),
                     "%d %r" % (code, err))
+
+    # Raw directory values of every shape, as an administrator reads them: roles
+    # (bits without a role), the host of the TCP network address, versions,
+    # GUIDs of the wrong length, which address is primary, recipient types.
+    with directory.Directory(os.path.join(WORK, "values")) as server:
+        group = ("CN=Exchange Administrative Group (FYDIBOHF23SPDLT),CN=Administrative Groups,"
+                 "CN=Generated Org,CN=Microsoft Exchange,CN=Services,CN=Configuration," + directory.SUFFIX)
+        # 17 bytes in base64; its first 20 characters are the first 15 bytes.
+        octets = base64.b64encode(bytes(range(1, 18))).decode
+        servers = {  # name: (attributes, what the worker writes besides the name)
+            "V1": (["msExchCurrentServerRoles: 0", "networkAddress: NCACN_IP_TCP:V1.CORP.EXAMPLE",
+                    "serialNumber: version 8.3", "objectGUID:: " + octets()[:20]],
+                   {"fqdn": "V1.CORP.EXAMPLE", "version": "8.3"}),
+            "V2": (["msExchCurrentServerRoles: 2", "networkAddress: ncacn_ip_tcp:", "serialNumber: 15.2",
+                    "objectGUID:: " + octets()], {"roles": "Mailbox", "version": "15.2"}),
+            "V3": (["msExchCurrentServerRoles: 16400", "networkAddress: netbios:V3",
+                    "networkAddress: ncacn_spx:x"], {"roles": "UnifiedMessaging, FrontendTransport"}),
+            "V4": (["msExchCurrentServerRoles: 137"], {}),
+        }
+        mailboxes = {  # display name: (attributes, what the worker writes besides name and state)
+            "Marked": (["proxyAddresses: smtp:alt@x", "proxyAddresses: X500:/o=x", "proxyAddresses: SMTP:main@x",
+                        "mail: other@x", "msExchRecipientTypeDetails: 2", "msExchMailboxGuid:: " + octets()[:20]],
+                       {"primarySmtpAddress": "main@x", "recipientType": "LinkedMailbox"}),
+            "Mail": (["proxyAddresses: smtp:alt@x", "mail: mail@x", "msExchRecipientTypeDetails: 32"],
+                     {"primarySmtpAddress": "mail@x", "recipientType": "EquipmentMailbox"}),
+            "Unmarked": (["proxyAddresses: X400:c=x", "proxyAddresses: smtp:alt@x", "msExchRecipientTypeDetails: 8"],
+                         {"primarySmtpAddress": "alt@x", "recipientType": "8"}),
+            "Sip": (["proxyAddresses: SIP:main@x", "msExchRecipientTypeDetails: 2147483648"],
+                    {"recipientType": "2147483648"}),
+            "Empty": (["proxyAddresses: SMTP:", "mail: e@x"], {"primarySmtpAddress": "e@x"}),
+        }
+        ldif = [directory.generated_organisation(1, 1, 0)]
+        for name, (attributes, _) in servers.items():
+            ldif.append("dn: CN=%s,CN=Servers,%s\nobjectClass: msExchExchangeServer\ncn: %s\n%s\n"
+                        % (name, group, name, "\n".join(attributes)))
+        for name, (attributes, _) in mailboxes.items():
+            ldif.append("dn: CN=%s,CN=Users,%s\nobjectClass: user\ncn: %s\ndisplayName: %s\n"
+                        "homeMDB: CN=DB001,CN=Databases,%s\n%s\n"
+                        % (name, directory.SUFFIX, name, name, group, "\n".join(attributes)))
+        port = server.start("\n".join(ldif))
+        code, out, err, _ = run_worker("/listmb", server_env(port))
+        try:
+            listed = {s["name"]: s for s in (leaves(e) for e in ET.fromstring(out))}
+        except ET.ParseError as e:
+            listed = {"not well-formed": str(e)}
+        for name, (_, written) in servers.items():
+            want = dict(written, name=name, databases=[])
+            cases.check("raw values: server %s" % name, code == 0 and listed.get(name) == want,
+                        "\n got %r\nwant %r" % (listed.get(name), want))
+        listed = {m["displayName"]: m for d in listed.get("EX01", {}).get("databases", []) for m in d["mailboxes"]}
+        for name, (_, written) in mailboxes.items():
+            want = dict(written, displayName=name, accountDisabled="false")
+            cases.check("raw values: mailbox %s" % name, listed.get(name) == want,
+                        "\n got %r\nwant %r" % (listed.get(name), want))
 
     with directory.Directory(os.path.join(WORK, "no-org")) as server:
         domain_only = SMALL.split("dn: CN=Configuration,")[0]  # the domain, no configuration partition
