@@ -7,6 +7,8 @@ server's size limit.
 
 Prints one line per case and closes with "N passed, N failed".
 """
+import base64
+import concurrent.futures
 import os
 import socket
 import subprocess
@@ -76,8 +78,11 @@ SMALL_STRUCTURE = [
      "guid": "c6cd4b8e-7248-5c6c-91d7-bef34e12bcf9",
      "databases": [
          {"name": "DB \"Ost\", Graz", "edbFilePath": "D:\\Databases\\Ost <Graz>\\Ost & Graz.edb",
-          "server": "EX01", "guid": "e9ec4508-eb0a-57fd-baf6-1e60b984ff12", "mailboxCount": "2",
+          "server": "EX01", "guid": "e9ec4508-eb0a-57fd-baf6-1e60b984ff12", "mailboxCount": "3",
           "mailboxes": [
+              {"displayName": "  Pat\tO'Neil ]]><!-- -->\r\nDesk 2  ", "primarySmtpAddress": "pat@corp.example",
+               "alias": "pat", "userPrincipalName": "pat@corp.example", "recipientType": "UserMailbox",
+               "accountDisabled": "false"},
               {"displayName": "Chloé <Boss> & 'Co' \"Q\"", "primarySmtpAddress": "chloe@corp.example",
                "mailboxGuid": "8ce62943-6173-541e-98b3-745ca61c4844", "alias": "chloe",
                "userPrincipalName": "chloe@corp.example", "recipientType": "SharedMailbox",
@@ -171,10 +176,12 @@ def main():
         want = {
             "organization": {"name": "Zürich & Söhne AG", "guid": "51d48700-4aee-5a5d-a8a5-27a5c1471ac6",
                              "distinguishedName": ORG_DN},
-            "acceptedDomains": {"all": "corp.example, partner.example, relay.example, zürich.example",
+            "acceptedDomains": {"all": "corp.example, odd.example, partner.example, relay.example, "
+                                "second.example, zürich.example",
                                 "default": "corp.example",
                                 "authoritative": "corp.example, zürich.example",
-                                "internalRelay": "partner.example", "externalRelay": "relay.example"},
+                                "internalRelay": "partner.example, second.example",
+                                "externalRelay": "relay.example"},
             "transport": {"maxSendSizeKB": "35840", "maxReceiveSizeKB": "36864",
                           "maxRecipientsPerMessage": "500", "internalSmtpServers": "10.0.0.5, 10.0.0.6"},
             "exchangeServers": {"count": "2", "names": "EX01, EX02"},
@@ -194,10 +201,21 @@ def main():
         cases.check("bind refused: 1326, one line on standard error, nothing on standard output",
                     exited(code, 1326) and out == b"" and one_line_error(err, 1326, "refused"), "%d %r" % (code, err))
 
-        code, out, err, _ = run_worker("/listmb", server_env(port, KEL_DIRECTORY_PAGE_SIZE="0"))
-        cases.check("a setting not understood: 1610, named on standard error",
-                    exited(code, 1610) and out == b"" and one_line_error(err, 1610, "KEL_DIRECTORY_PAGE_SIZE"),
-                    "%d %r" % (code, err))
+        # A setting not understood stops the worker before it goes anywhere.
+        refused = [("SERVER", v) for v in ("host:", "host:0", "host:65536", "host:389x", ":389", "fe80::1",
+                                           "[fe80::1", "[::1]389", "ldap://host", "two words")]
+        refused += [("BIND", "kerberos"), ("BIND", ""), ("BIND", "simple")]  # simple without a user
+        refused += [("TIMEOUT", v) for v in ("0", "3601", "-5", "4294967297")]
+        refused += [("PAGE_SIZE", v) for v in ("0", "5001", "")]
+
+        def refuse(row):
+            name = "KEL_DIRECTORY_" + row[0]
+            return row, name, run_worker("/listmb", server_env(port, **{name: row[1]}))
+        with concurrent.futures.ThreadPoolExecutor(4) as pool:
+            for row, name, (code, out, err, _) in pool.map(refuse, refused):
+                cases.check("a setting not understood, %s=%r: 1610, named on standard error" % row,
+                            exited(code, 1610) and out == b"" and one_line_error(err, 1610, name),
+                            "%d %r" % (code, err))
         code, out, err, _ = run_worker("/listmb", server_env(port), extra=["stopEventName=NOSUCHEVENT"])
         cases.check("a stop event that does not exist: 2, named on standard error",
                     exited(code, 2) and out == b"" and one_line_error(err, 2, "NOSUCHEVENT"),
@@ -205,6 +223,60 @@ def main():
         code, out, err, _ = run_worker("/list", server_env(port))
         cases.check("a command line not understood: 87", exited(code, 87) and one_line_error(err, 87, "/list"),
                     "%d %r" % (code, err))
+
+    # Raw directory values of every shape, as an administrator reads them: roles
+    # (bits without a role), the host of the TCP network address, versions,
+    # GUIDs of the wrong length, which address is primary, recipient types.
+    with directory.Directory(os.path.join(WORK, "values")) as server:
+        group = ("CN=Exchange Administrative Group (FYDIBOHF23SPDLT),CN=Administrative Groups,"
+                 "CN=Generated Org,CN=Microsoft Exchange,CN=Services,CN=Configuration," + directory.SUFFIX)
+        # 17 bytes in base64; its first 20 characters are the first 15 bytes.
+        octets = base64.b64encode(bytes(range(1, 18))).decode
+        servers = {  # name: (attributes, what the worker writes besides the name)
+            "V1": (["msExchCurrentServerRoles: 0", "networkAddress: NCACN_IP_TCP:V1.CORP.EXAMPLE",
+                    "serialNumber: version 8.3", "objectGUID:: " + octets()[:20]],
+                   {"fqdn": "V1.CORP.EXAMPLE", "version": "8.3"}),
+            "V2": (["msExchCurrentServerRoles: 2", "networkAddress: ncacn_ip_tcp:", "serialNumber: 15.2",
+                    "objectGUID:: " + octets()], {"roles": "Mailbox", "version": "15.2"}),
+            "V3": (["msExchCurrentServerRoles: 16400", "networkAddress: netbios:V3",
+                    "networkAddress: ncacn_spx:x"], {"roles": "UnifiedMessaging, FrontendTransport"}),
+            "V4": (["msExchCurrentServerRoles: 137"], {}),
+        }
+        mailboxes = {  # display name: (attributes, what the worker writes besides name and state)
+            "Marked": (["proxyAddresses: smtp:alt@x", "proxyAddresses: X500:/o=x", "proxyAddresses: SMTP:main@x",
+                        "mail: other@x", "msExchRecipientTypeDetails: 2", "msExchMailboxGuid:: " + octets()[:20]],
+                       {"primarySmtpAddress": "main@x", "recipientType": "LinkedMailbox"}),
+            "Mail": (["proxyAddresses: smtp:alt@x", "mail: mail@x", "msExchRecipientTypeDetails: 32"],
+                     {"primarySmtpAddress": "mail@x", "recipientType": "EquipmentMailbox"}),
+            "Unmarked": (["proxyAddresses: X400:c=x", "proxyAddresses: smtp:alt@x", "msExchRecipientTypeDetails: 8"],
+                         {"primarySmtpAddress": "alt@x", "recipientType": "8"}),
+            "Sip": (["proxyAddresses: SIP:main@x", "msExchRecipientTypeDetails: 2147483648"],
+                    {"recipientType": "2147483648"}),
+            "Empty": (["proxyAddresses: SMTP:", "mail: e@x"], {"primarySmtpAddress": "e@x"}),
+        }
+        ldif = [directory.generated_organisation(1, 1, 0)]
+        for name, (attributes, _) in servers.items():
+            ldif.append("dn: CN=%s,CN=Servers,%s\nobjectClass: msExchExchangeServer\ncn: %s\n%s\n"
+                        % (name, group, name, "\n".join(attributes)))
+        for name, (attributes, _) in mailboxes.items():
+            ldif.append("dn: CN=%s,CN=Users,%s\nobjectClass: user\ncn: %s\ndisplayName: %s\n"
+                        "homeMDB: CN=DB001,CN=Databases,%s\n%s\n"
+                        % (name, directory.SUFFIX, name, name, group, "\n".join(attributes)))
+        port = server.start("\n".join(ldif))
+        code, out, err, _ = run_worker("/listmb", server_env(port))
+        try:
+            listed = {s["name"]: s for s in (leaves(e) for e in ET.fromstring(out))}
+        except ET.ParseError as e:
+            listed = {"not well-formed": str(e)}
+        for name, (_, written) in servers.items():
+            want = dict(written, name=name, databases=[])
+            cases.check("raw values: server %s" % name, code == 0 and listed.get(name) == want,
+                        "\n got %r\nwant %r" % (listed.get(name), want))
+        listed = {m["displayName"]: m for d in listed.get("EX01", {}).get("databases", []) for m in d["mailboxes"]}
+        for name, (_, written) in mailboxes.items():
+            want = dict(written, displayName=name, accountDisabled="false")
+            cases.check("raw values: mailbox %s" % name, listed.get(name) == want,
+                        "\n got %r\nwant %r" % (listed.get(name), want))
 
     with directory.Directory(os.path.join(WORK, "no-org")) as server:
         domain_only = SMALL.split("dn: CN=Configuration,")[0]  # the domain, no configuration partition

@@ -77,22 +77,4 @@ TEST(Join, PlacesByDnWhateverTheSpelling) {
   EXPECT_EQ(organisation.unplacedMailboxes, 2u);  // Nomad, and Lost one with its database
 }
 
-TEST(Join, ManyMailboxesShareOneSpelling) {
-  std::vector<Mailbox> mailboxes;
-  for (int i = 0; i < 2000; ++i)
-    mailboxes.push_back(MakeMailbox(L"m" + std::to_wstring(10000 + i),
-                                    (i % 2 ? L"cn=DB1" : L"CN=db2") + std::wstring(kDatabases)));
-  const Organisation organisation =
-      Join({MakeServer(L"EX01")},
-           {MakeDatabase(L"DB1", L"CN=EX01" + std::wstring(kServers)),
-            MakeDatabase(L"DB2", L"CN=EX01" + std::wstring(kServers))},
-           std::move(mailboxes));
-  ASSERT_EQ(organisation.servers.size(), 1u);
-  ASSERT_EQ(organisation.servers[0].databases.size(), 2u);
-  EXPECT_EQ(organisation.servers[0].databases[0].mailboxes.size(), 1000u);
-  EXPECT_EQ(organisation.servers[0].databases[1].mailboxes.size(), 1000u);
-  EXPECT_EQ(organisation.servers[0].databases[0].mailboxes.front().displayName, L"m10001");
-  EXPECT_EQ(organisation.unplacedMailboxes, 0u);
-}
-
 }  // namespace

@@ -1,10 +1,10 @@
 // A stand-in for the organisation worker, built under its name into a test
 // folder beside a copy of the module. KEL_TEST_WORKER selects what it does:
-//   (unset), structure  the organisation for "/listmb", the configuration for
-//                       "/orgConfig" (with what it could do with the stop event)
+//   (unset), structure  for "/orgConfig" a configuration that says what it
+//                       could do with the stop event; otherwise like echo
+//   echo                write KEL_TEST_WORKER_OUTPUT (as UTF-8), exit 0
 //   exit1, exit5        exit with that code, writing nothing
 //   hang                write half a document, wait for the stop event, exit 1
-//   garbage             write a document that is not well-formed, exit 0
 //   flood               write 100 MB or until the pipe fails, exit 0
 //   probe               try to signal the event whose handle value is in
 //                       KEL_TEST_WORKER_HANDLE, and say whether that worked
@@ -13,14 +13,15 @@
 #include <string>
 
 #include "frame/owners.h"
+#include "frame/text_convert.h"
 #include "frame/win.h"
 
 namespace {
 
 std::wstring Environment(const wchar_t* name) {
-  wchar_t value[256] = {};
-  const DWORD length = ::GetEnvironmentVariableW(name, value, 256);
-  return length > 0 && length < 256 ? std::wstring(value, length) : std::wstring();
+  std::wstring value(32767, L'\0');
+  value.resize(::GetEnvironmentVariableW(name, &value[0], 32767));
+  return value;
 }
 
 bool Write(const std::string& text) {
@@ -28,13 +29,6 @@ bool Write(const std::string& text) {
   return ::WriteFile(::GetStdHandle(STD_OUTPUT_HANDLE), text.data(),
                      static_cast<DWORD>(text.size()), &written, nullptr) &&
          written == text.size();
-}
-
-// Modes are ASCII; anything else only needs to be recognisable.
-std::string Narrow(const std::wstring& text) {
-  std::string narrow;
-  for (wchar_t c : text) narrow += c < 0x80 ? static_cast<char>(c) : '?';
-  return narrow;
 }
 
 // The value of `key="..."` on the command line.
@@ -50,34 +44,11 @@ std::string Granted(HANDLE event) {
   return "denied " + std::to_string(::GetLastError());
 }
 
-const char kStructure[] = R"(<?xml version="1.0" encoding="utf-8"?>
-<servers>
-  <server>
-    <name value="EX01"/>
-    <fqdn value="ex01.corp.example"/>
-    <roles value="Mailbox, ClientAccess"/>
-    <databases>
-      <database>
-        <name value="DB01"/>
-        <edbFilePath value="D:\Databases\DB01.edb"/>
-        <mailboxes>
-          <mailbox><displayName value="Ann Archer"/><primarySmtpAddress value="ann@corp.example"/></mailbox>
-          <mailbox><displayName value="Bo Brandt"/><primarySmtpAddress value="bo@corp.example"/><alias value=""/></mailbox>
-        </mailboxes>
-      </database>
-      <database><name value="DB02"/><mailboxes/></database>
-    </databases>
-  </server>
-  <server>
-    <name value="EX02"/>
-    <version value="15.1"/>
-    <version value="15.2">ignored text</version>
-  </server>
-</servers>
-)";
+// The document the script gave, whatever it is.
+int Echo() { return Write(kel::Utf8FromWide(Environment(L"KEL_TEST_WORKER_OUTPUT"))) ? 0 : 3; }
 
 int Structure(const std::wstring& line) {
-  if (line.find(L" /listmb ") != std::wstring::npos) return Write(kStructure) ? 0 : 3;
+  if (line.find(L" /listmb ") != std::wstring::npos) return Echo();
   // The stop event is ours to wait on, not to signal.
   const std::wstring name = Argument(line, L"stopEventName");
   kel::UniqueEvent wait(::OpenEventW(SYNCHRONIZE, FALSE, name.c_str()));
@@ -131,9 +102,9 @@ int main() {
   if (mode == L"exit1") return 1;
   if (mode == L"exit5") return 5;
   if (mode == L"hang") return Hang(line);
-  if (mode == L"garbage") return Write("<servers><server><name value=\"EX01\"></servers>") ? 0 : 3;
+  if (mode == L"echo") return Echo();
   if (mode == L"flood") return Flood();
   if (mode == L"probe") return Probe();
-  Write("unknown mode " + Narrow(mode));
+  Write("unknown mode " + kel::Utf8FromWide(mode));
   return 2;
 }
