@@ -22,29 +22,20 @@ class FakeComponentManager : public IComponentManager {
   void Offer(const std::wstring& name, const kel::InterfaceId& iid, void* object) {
     components_[name] = {iid, object};
   }
-  void Refuse(const std::wstring& name, uint32_t code) { refused_[name] = code; }
 
   uint32_t GetComponent(const wchar_t* name, const kel::InterfaceId* iid, void** object) override {
-    gets.push_back(name);
-    if (auto r = refused_.find(name); r != refused_.end()) return r->second;
     auto c = components_.find(name);
     if (c == components_.end() || c->second.first != *iid) return 1168;
     *object = c->second.second;
     ++held[name];
     return 0;
   }
-  void ReleaseComponent(const wchar_t* name) override {
-    releases.push_back(name);
-    --held[name];
-  }
+  void ReleaseComponent(const wchar_t* name) override { --held[name]; }
 
-  std::vector<std::wstring> gets;
-  std::vector<std::wstring> releases;
   std::map<std::wstring, int> held;
 
  private:
   std::map<std::wstring, std::pair<kel::InterfaceId, void*>> components_;
-  std::map<std::wstring, uint32_t> refused_;
 };
 
 class FakeServMain : public IServMain {
