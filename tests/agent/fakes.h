@@ -54,17 +54,17 @@ class FakePolicyMethod final : public IPolicyMethod {
       : name_(std::move(name)), input_(std::move(input)) {}
 
   void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
-  const wchar_t* GetPolicyId() override { return nullPolicy ? nullptr : L"policy-1"; }
+  const wchar_t* GetPolicyId() override { return L"policy-1"; }
   uint32_t GetResult() override { return result; }
   const wchar_t* GetMethodName() override { return nullName ? nullptr : name_.c_str(); }
-  const Json::Value* GetInput() override { return nullInput ? nullptr : &input_; }
-  Json::Value* GetOutput() override { return nullOutput ? nullptr : &output; }
+  const Json::Value* GetInput() override { return &input_; }
+  Json::Value* GetOutput() override { return &output; }
   void SetResult(uint32_t code) override {
     result = code;
     ++resultsSet;
   }
 
-  bool nullPolicy = false, nullInput = false, nullOutput = false, nullName = false;
+  bool nullName = false;
   uint32_t result = 0xFFFFFFFF;  // "never set"
   int resultsSet = 0;
   Json::Value output;

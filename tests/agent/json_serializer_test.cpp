@@ -204,7 +204,10 @@ TEST_F(JsonSerializerTest, AbsentOptionalKeysKeepTheCallersValueOrTakeTheirDefau
   EXPECT_TRUE(rule.mainAction.address.IsEmpty());
 }
 
-// Each failure names the failing key first, then every enclosing key.
+// Each failure names the failing key first, then every enclosing key. Missing
+// keys, elements, flag sets and cross-field rules are logged in the agents'
+// scripts (antispam.jsonl, domaincheck.jsonl) and the transport rule tables;
+// here a structure of the wrong type and a key path.
 TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne) {
   struct Case {
     const char* label;
@@ -212,22 +215,12 @@ TEST_F(JsonSerializerTest, AFailureIsLoggedAtItsOwnLevelThenAtEveryEnclosingOne)
     std::vector<std::string> keys;
   };
   const Case cases[] = {
-      {"missing name", [](Json::Value& r) { r.removeMember("name"); }, {"name"}},
-      {"aggressivity as text",
-       [](Json::Value& r) { r["scanSettings"]["aggressivity"] = "high"; },
-       {"aggressivity", "scanSettings"}},
       {"scan settings as an array",
        [](Json::Value& r) { r["scanSettings"] = Json::Value(Json::arrayValue); },
        {"scanSettings"}},
-      {"unknown traffic", [](Json::Value& r) { r["traffic"][0] = "Incoming"; }, {"traffic"}},
       {"unknown action",
        [](Json::Value& r) { r["onDetection"]["mainAction"]["action"] = "drop"; },
        {"action", "onDetection/mainAction"}},
-      {"server as text",
-       [](Json::Value& r) { r["servers"][0] = "rbl.example.com"; },
-       {"servers[0]", "servers"}},
-      // The cross-field rule fails the structure without a line of its own.
-      {"servers without any DNS", [](Json::Value& r) { r.removeMember("dnsAddress"); }, {}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
