@@ -22,29 +22,20 @@ class FakeComponentManager : public IComponentManager {
   void Offer(const std::wstring& name, const kel::InterfaceId& iid, void* object) {
     components_[name] = {iid, object};
   }
-  void Refuse(const std::wstring& name, uint32_t code) { refused_[name] = code; }
 
   uint32_t GetComponent(const wchar_t* name, const kel::InterfaceId* iid, void** object) override {
-    gets.push_back(name);
-    if (auto r = refused_.find(name); r != refused_.end()) return r->second;
     auto c = components_.find(name);
     if (c == components_.end() || c->second.first != *iid) return 1168;
     *object = c->second.second;
     ++held[name];
     return 0;
   }
-  void ReleaseComponent(const wchar_t* name) override {
-    releases.push_back(name);
-    --held[name];
-  }
+  void ReleaseComponent(const wchar_t* name) override { --held[name]; }
 
-  std::vector<std::wstring> gets;
-  std::vector<std::wstring> releases;
   std::map<std::wstring, int> held;
 
  private:
   std::map<std::wstring, std::pair<kel::InterfaceId, void*>> components_;
-  std::map<std::wstring, uint32_t> refused_;
 };
 
 class FakeServMain : public IServMain {
@@ -63,17 +54,17 @@ class FakePolicyMethod final : public IPolicyMethod {
       : name_(std::move(name)), input_(std::move(input)) {}
 
   void* QueryInterface(const kel::InterfaceId*) override { return nullptr; }
-  const wchar_t* GetPolicyId() override { return nullPolicy ? nullptr : L"policy-1"; }
+  const wchar_t* GetPolicyId() override { return L"policy-1"; }
   uint32_t GetResult() override { return result; }
   const wchar_t* GetMethodName() override { return nullName ? nullptr : name_.c_str(); }
-  const Json::Value* GetInput() override { return nullInput ? nullptr : &input_; }
-  Json::Value* GetOutput() override { return nullOutput ? nullptr : &output; }
+  const Json::Value* GetInput() override { return &input_; }
+  Json::Value* GetOutput() override { return &output; }
   void SetResult(uint32_t code) override {
     result = code;
     ++resultsSet;
   }
 
-  bool nullPolicy = false, nullInput = false, nullOutput = false, nullName = false;
+  bool nullName = false;
   uint32_t result = 0xFFFFFFFF;  // "never set"
   int resultsSet = 0;
   Json::Value output;

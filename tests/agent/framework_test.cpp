@@ -1,11 +1,15 @@
-// The agent base classes, through the same slots the host uses: lifecycle and
-// rollback, registration, events and policy-method dispatch.
+// The agent base classes, through the same slots the host uses: what kelhost
+// cannot make (no host at all, counted unregistrations, a throwing handler, a
+// null method name) and the slot order of the host interfaces. The rest of the
+// lifecycle and dispatch runs in tests/host/sample_agent.jsonl.
 #include <gtest/gtest.h>
 
 #include <set>
+#include <stdexcept>
 #include <vector>
 
 #include "agent/agent.h"
+#include "ondemand/ondemand_dispatch.h"
 #include "tests/agent/fakes.h"
 #include "tests/agent/sample_agent/sample_agent.h"
 #include "tests/support/log_sink_probe.h"
@@ -25,21 +29,22 @@ class InertPlugin : public ISample {
   uint32_t SetSettings(const kel::nusdk::Sample::SampleSettings&) override { return 0; }
   uint32_t GetSettings(kel::nusdk::Sample::SampleSettings&) override { return 0; }
   uint32_t Advise(kel::nusdk::Sample::ISampleNotifications* sink) override {
-    if (adviseCode == 0) sinks.insert(sink);
-    return adviseCode;
+    sinks.insert(sink);
+    return 0;
   }
   uint32_t Unadvise(kel::nusdk::Sample::ISampleNotifications* sink) override {
     sinks.erase(sink);
     return 0;
   }
   std::set<kel::nusdk::Sample::ISampleNotifications*> sinks;
-  uint32_t adviseCode = 0;
 };
 
 class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
                          private kel::nusdk::Sample::ISampleNotifications {
  public:
-  ProbeAgent() : Agent(L"Test.Probe", L"Probe::Agent") {}
+  explicit ProbeAgent(const EnterpriseIntegration::DispatchRules& rules =
+                          EnterpriseIntegration::kDefaultDispatchRules)
+      : Agent(L"Test.Probe", L"Probe::Agent", nullptr, rules) {}
 
   uint32_t OnPluginsAcquired() override {
     return advice_.Register(plugin(), &ISample::Advise, &ISample::Unadvise,
@@ -47,15 +52,11 @@ class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
   }
   uint32_t OnSettingsChanged(const kel::nusdk::Sample::SampleSettings&) override { return 0; }
 
-  bool Echo(IPolicyMethod& method) {
-    *method.GetOutput() = *method.GetInput();
-    method.SetResult(0);
-    return true;
-  }
   bool PassThrough(IPolicyMethod& method) {
     method.SetResult(2250);
     return true;
   }
+  bool Throw(IPolicyMethod&) { throw std::runtime_error("broken plug-in"); }
 
   EnterpriseIntegration::PolicyMethodTable PolicyMethods() const override { return kMethods; }
 
@@ -63,8 +64,8 @@ class ProbeAgent final : public EnterpriseIntegration::Agent<ISample>,
 
  private:
   static constexpr EnterpriseIntegration::PolicyMethodEntry kMethods[] = {
-      {L"Echo", EnterpriseIntegration::Handle<&ProbeAgent::Echo>, {}, {}},
       {L"PassThrough", EnterpriseIntegration::Handle<&ProbeAgent::PassThrough>, {}, {}},
+      {L"Throw", EnterpriseIntegration::Handle<&ProbeAgent::Throw>, {}, {}},
   };
   EnterpriseIntegration::NotificationRegistration advice_{*this};
 };
@@ -77,11 +78,6 @@ class AgentFramework : public ::testing::Test {
     components_.Offer(L"Test.Probe", kel::nusdk::Sample::IID_ISample,
                       static_cast<ISample*>(&plugin_));
     sink_.DrainLines();  // the agent's handle has bound log.dll; start from a clean record
-  }
-
-  uint32_t Run(FakePolicyMethod& method) {
-    agent_.RunPolicyMethod(&method);
-    return method.result;
   }
 
   // Lines at levels other than the traces, as (level, function, message).
@@ -109,16 +105,8 @@ TEST_F(AgentFramework, InitWithoutHostOrComponentManagerFailsAndLogs) {
                               L"Null component manager"};
   EXPECT_EQ(Messages(), (std::vector<RecordedLine>{expected, expected}));
   EXPECT_FALSE(agent_.HasPlugins());
-}
-
-TEST_F(AgentFramework, RefusedManagerLeavesNothingHeld) {
-  components_.Refuse(L"EndpointIntegration.Manager", 1168);
-  EXPECT_EQ(agent_.Init(&main_), 5002u);
-  EXPECT_EQ(Messages(), (std::vector<RecordedLine>{
-                            {8, 0, L"ServPlugin<struct EnterpriseIntegration::IManager>::GetPlugin",
-                             L"Error 1168 getting plugin \"EndpointIntegration.Manager\""}}));
-  EXPECT_EQ(components_.gets, (std::vector<std::wstring>{L"EndpointIntegration.Manager"}))
-      << "the plug-in is not asked for once the manager failed";
+  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Happened", Json::Value(Json::objectValue)), 21u)
+      << "no manager to send to";
 }
 
 // Registration refused (1627) and stops without a start leave the manager
@@ -137,72 +125,45 @@ TEST_F(AgentFramework, StopUnregistersOnlyWhatStartRegistered) {
   agent_.Stop();
   agent_.Stop();
   EXPECT_EQ(manager_.UnregisterCalls(), 1);
-
-  EXPECT_EQ(agent_.Start(), 0u);
-  agent_.Uninit();  // also unregisters
-  EXPECT_TRUE(manager_.RegisteredNames().empty());
-  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
-  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
-  EXPECT_EQ(agent_.Start(), 21u) << "nothing to register with";
 }
 
-// A successful re-Init keeps a started agent registered
-// (tests/host/sample_agent.jsonl); a failed one undoes everything.
-TEST_F(AgentFramework, FailedReinitUndoesEverything) {
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  ASSERT_EQ(agent_.Start(), 0u);
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  EXPECT_EQ(components_.releases, (std::vector<std::wstring>{L"EndpointIntegration.Manager",
-                                                             L"Test.Probe"}));
-  components_.Refuse(L"Test.Probe", 5);
-  EXPECT_EQ(agent_.Init(&main_), 5002u);
-  EXPECT_EQ(components_.held[L"EndpointIntegration.Manager"], 0);
-  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
-  EXPECT_FALSE(agent_.registered());
-  EXPECT_TRUE(plugin_.sinks.empty());
-}
-
-TEST_F(AgentFramework, ARefusedSinkFailsInitAndASinkGoesWithTheAgent) {
-  plugin_.adviseCode = 87;
-  EXPECT_EQ(agent_.Init(&main_), 87u);
-  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
-  plugin_.adviseCode = 0;
+// A plug-in that outlives an agent given back without Uninit must not keep
+// its sink.
+TEST_F(AgentFramework, ASinkGoesWithTheAgent) {
   {
     ProbeAgent other;
     ASSERT_EQ(other.Init(&main_), 0u);
     EXPECT_EQ(plugin_.sinks.size(), 1u);
   }
   EXPECT_TRUE(plugin_.sinks.empty()) << "the registration gives itself back";
-  EXPECT_EQ(components_.held[L"Test.Probe"], 0);
 }
 
-TEST_F(AgentFramework, EventsReachTheManagerWithTheirOptionWord) {
-  Json::Value body;
-  body["count"] = 3;
-  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Happened", body, 512), 21u) << "no manager yet";
-  ASSERT_EQ(agent_.Init(&main_), 0u);
-  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Happened", body, 512), 0u);
-  EXPECT_EQ(agent_.SendEvent(L"Test.Probe.Other", Json::Value(Json::objectValue)), 0u);
-  const std::vector<kelhost::ReceivedEvent> events = manager_.TakeEvents();
-  ASSERT_EQ(events.size(), 2u);
-  EXPECT_EQ(events[0].name, "Test.Probe.Happened");
-  EXPECT_EQ(events[0].body, body);
-  EXPECT_EQ(events[0].flags, 512u);
-  EXPECT_EQ(events[1].flags, 0u);
-  EXPECT_FALSE(events[0].log.has_value());
-}
-
-TEST_F(AgentFramework, PublicOperationsAreTraced) {
-  agent_.Init(&main_);
-  FakePolicyMethod method(L"Echo");
-  Run(method);
-  std::vector<std::wstring> traces;
-  for (const RecordedLine& line : sink_.DrainLines())
-    if (line.depth_change != 0) traces.push_back(line.message.substr(0, line.message.find(L'[')));
-  EXPECT_EQ(traces,
-            (std::vector<std::wstring>{L"-> Probe::Agent::Init()", L"<- Probe::Agent::Init() ",
-                                       L"-> Probe::Agent::RunPolicyMethod()",
-                                       L"<- Probe::Agent::RunPolicyMethod() "}));
+// A handler that throws, and a null method name where the rules need one
+// (the on-demand agent's); each answered once.
+TEST_F(AgentFramework, WhatNoScriptCanCallIsAnsweredOnce) {
+  ProbeAgent onDemand(MailServers::kOnDemandDispatchRules);
+  const struct {
+    ProbeAgent* agent;
+    const wchar_t* name;
+    uint32_t result;
+    std::vector<RecordedLine> lines;
+  } cases[] = {
+      {&agent_,
+       L"Throw",
+       1359,
+       {{32, 0, L"Probe::Agent::RunPolicyMethod", L"Method name is 'Throw'"}}},
+      {&onDemand, nullptr, 13, {{4, 0, L"VerifyIfSiPointersAreBemol", L"invalid policy data"}}},
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(c.agent->Init(&main_), 0u);
+    Messages();
+    FakePolicyMethod method(c.name ? c.name : L"");
+    method.nullName = c.name == nullptr;
+    c.agent->RunPolicyMethod(&method);
+    EXPECT_EQ(method.result, c.result);
+    EXPECT_EQ(method.resultsSet, 1);
+    EXPECT_EQ(Messages(), c.lines);
+  }
 }
 
 // The host reaches the agent by slot number; so does this test.

@@ -59,17 +59,6 @@ TEST(JsonPathTest, MalformedPathsFailForReadingAndForSaving) {
   }
 }
 
-TEST(JsonPathTest, SavingIntoAnEmptyObjectCreatesIntermediateObjects) {
-  Json::Value doc(Json::objectValue);
-  Json::Value* slot = ResolveForSave(doc, "onDetection/stopProcessing");
-  ASSERT_NE(slot, nullptr);
-  *slot = true;
-  // The same walk again finds what it made, and a sibling joins it.
-  EXPECT_EQ(ResolveForSave(doc, "\\onDetection\\stopProcessing"), slot);
-  *ResolveForSave(doc, "onDetection/mainAction") = 1;
-  EXPECT_EQ(Compact(doc), R"({"onDetection":{"mainAction":1,"stopProcessing":true}})");
-}
-
 TEST(JsonPathTest, SavingReplacesWhatIsInTheWayAndGrowsArraysWithNulls) {
   Json::Value doc = Parse(R"({"number": 5, "list": [1], "text": "t", "nothing": null})");
   *ResolveForSave(doc, "number/x") = 1;       // a number becomes an object

@@ -178,8 +178,8 @@ TEST(JsonEnumTest, EnumerationsMatchNamesExactlyAndUnnamedCodesAreLeftOut) {
   EXPECT_EQ(Compact(out), R"({"action":"deliverEmail"})");
 }
 
-// The strict form needs every name known, the lenient one passes over unknown
-// names; both need at least one known name and refuse what is not a name.
+// Both forms refuse what is not a name. Known and unknown names, case and the
+// empty set are the transport rule tables' and the filters' scripts' cases.
 TEST(JsonEnumTest, FlagSetsAreArraysOfNamesWithAtLeastOneFlag) {
   struct Case {
     const char* json;
@@ -187,11 +187,6 @@ TEST(JsonEnumTest, FlagSetsAreArraysOfNamesWithAtLeastOneFlag) {
   };
   const Case cases[] = {
       {R"(["outgoing", "incoming"])", 3u, 3u},
-      {R"(["outgoing", "OUTGOING"])", no, 2u},
-      {R"(["outgoing", "nobody", "incoming"])", no, 3u},
-      {R"(["OUTGOING"])", no, no},
-      {"[]", no, no},
-      {"null", no, no},
       {R"("outgoing")", no, no},
       {"[2]", no, no},
       {R"(["outgoing", 2])", no, no},
