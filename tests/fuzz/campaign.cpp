@@ -385,18 +385,7 @@ class Runner {
   static Json::Value Snapshot(Host& host, EnterpriseIntegration::IAgent& agent,
                               const std::vector<Probe>& probes) {
     Json::Value state(Json::arrayValue);
-    for (const Probe& probe : probes) {
-      Mutant m;
-      m.method = kel::WideFromUtf8(probe.method);
-      Json::Value input = probe.input;
-      Json::Value output;
-      FuzzCall call(m, input, output);
-      agent.RunPolicyMethod(&call);
-      Json::Value answer(Json::objectValue);
-      answer["result"] = call.GetResult();
-      answer["output"].swap(output);
-      state.append(answer);
-    }
+    for (const Probe& probe : probes) state.append(Answer(agent, probe.method, probe.input));
     // Requests are only ever added to what a plug-in recorded: their count
     // tells whether one came.
     Json::Value recorded(Json::arrayValue);
@@ -440,6 +429,60 @@ class Runner {
       last.swap(next);
     }
     return last;
+  }
+
+  // {"result", "output"} of one plain call.
+  static Json::Value Answer(EnterpriseIntegration::IAgent& agent, const std::string& method,
+                            Json::Value input) {
+    Mutant m;
+    m.method = kel::WideFromUtf8(method);
+    Json::Value output;
+    FuzzCall call(m, input, output);
+    agent.RunPolicyMethod(&call);
+    Json::Value answer(Json::objectValue);
+    answer["result"] = call.GetResult();
+    answer["output"].swap(output);
+    return answer;
+  }
+
+  // The getter that reads what `setter` sets: "SetX" goes with "GetX" or "IsX".
+  static const Probe* GetterOf(const std::string& agentClass, const std::string& setter,
+                               const std::vector<Probe>& probes) {
+    const std::string name = CanonicalMethod(agentClass, setter);
+    const size_t last = name.rfind('.') + 1;
+    // These take another shape than their getter answers: the deny message
+    // goes in as three parts and comes out as one text; a footer is set for
+    // a mask of directions and read for one; a folder is set with the order
+    // whether to move what is there.
+    static const std::set<std::string> kOtherShape = {"setdenymessage", "setfooter",
+                                                      "setfooterenabled", "setfolder"};
+    if (name.compare(last, 3, "set") != 0 || kOtherShape.count(name) != 0) return nullptr;
+    const std::string head = name.substr(0, last);
+    const std::string rest = name.substr(last + 3);
+    for (const Probe& probe : probes) {
+      const std::string getter = CanonicalMethod(agentClass, probe.method);
+      if (getter == head + "get" + rest || getter == head + "is" + rest) return &probe;
+    }
+    return nullptr;
+  }
+
+  // What the getter answers must go back through the setter and come out
+  // the same: a member written under a key the setter does not read, or
+  // read only for another case than it is written for, is lost on the way.
+  // The getter's input (a task id, a zone) names what the setter sets too.
+  static std::string ReadBack(EnterpriseIntegration::IAgent& agent, const Probe& getter,
+                              const std::string& setter) {
+    const Json::Value first = Answer(agent, getter.method, getter.input);
+    const Json::Value& output = first["output"];
+    if (!output.isObject()) return std::string();
+    Json::Value input = getter.input.isObject() ? getter.input : Json::Value(Json::objectValue);
+    for (const std::string& key : output.getMemberNames()) input[key] = output[key];
+    const Json::Value set = Answer(agent, setter, input);
+    const Json::Value second = Answer(agent, getter.method, getter.input);
+    if (set["result"].asUInt() == 0 && second == first) return std::string();
+    return setter + " answered " + set["result"].asString() + " to what " + getter.method +
+           " answered, " + kelhost::CompactJson(first).substr(0, 600) + ", and it came back as " +
+           kelhost::CompactJson(second).substr(0, 600);
   }
 
   static std::string Describe(const std::vector<Probe>& probes, const Json::Value& before,
@@ -499,6 +542,7 @@ class Runner {
       probes.swap(stable);
     }
     const bool isGetter = IsGetter(Lower(method));
+    const Probe* getter = GetterOf(agentClass, method, probes);
     const bool waits = line.fuzzAfter;
     bool settleAlways = false;
     size_t accepted = 0;
@@ -557,6 +601,7 @@ class Runner {
           Dismantle(output);
           return true;
         }
+        if (fault.empty() && getter != nullptr) fault = ReadBack(*agent, *getter, method);
         // A method whose effect goes on after it returns (a run on the
         // plug-in's thread) is waited for after each call it is let through;
         // the first few calls let through tell, and so does a getter that

@@ -1,7 +1,7 @@
-// The antispam rule set: a hand-written rule with every member, the required
-// scan settings, the main-action and secondary-action tables; and the
+// The antispam rule set: a hand-written rule with every member; and the
 // plug-in's slot order. tests/host/antispam.jsonl drives the RBL settings and
-// the rule set end to end.
+// the rule set end to end, with the required scan settings and the
+// main-action and secondary-action tables.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -62,77 +62,6 @@ TEST_F(AntispamRules, AHandWrittenRuleLoadsEveryMemberAndSavesInTheSameShape) {
             R"({6 "" "" {1 1} ["admin@example.com","postmaster@example.com",]},]})");
   EXPECT_EQ(Compact(Save(set)), Canonical(kRuleSetText));
   EXPECT_EQ(FailedKeys(), std::vector<std::string>());
-}
-
-TEST_F(AntispamRules, EveryScanSettingIsRequired) {
-  for (const char* key :
-       {"aggressivity", "checkAuthenticated", "useCloudQueries", "multiFilter", "useURLFilter",
-        "useRBLFilter", "useHeuristicFilter", "useWhiteBlackLists", "whiteList", "blackList"}) {
-    ExpectRefused(With(std::string("scanSettings/") + key, nullptr), {key}, {"scanSettings"});
-  }
-  for (const char* key : {"enabled", "detectAsian", "detectCyrillic", "detectSexuallyExplicit"}) {
-    ExpectRefused(With(std::string("scanSettings/multiFilter/") + key, nullptr),
-                  {key, "multiFilter"}, {"scanSettings"});
-  }
-}
-
-// The target is read from "address" for a redirect only, and written only there.
-TEST_F(AntispamRules, TheMainActionTable) {
-  const rule_test::Row rows[] = {
-      {R"({"action": "rejectOrDeleteEmail", "address": "x"})", R"({0 ""})", {}},
-      {R"({"action": "redirectEmail", "address": "x"})", R"({1 "x"})", {}},
-      {R"({"action": "quarantineEmail", "address": "x"})", R"({2 ""})", {}},
-      {R"({"action": "deliverEmail", "address": "x"})", R"({3 ""})", {}},
-      {R"({"action": "redirectEmail"})", nullptr, {"address"}},
-      {R"({"action": "redirectEmail", "data": "x"})", nullptr, {"address"}},
-      {R"({"action": "RedirectEmail", "address": "x"})", nullptr, {"action"}},
-      {R"("deliverEmail")", nullptr, {}},
-  };
-  for (const rule_test::Row& row : rows) {
-    Check(
-        "onDetection/mainAction", row, {"mainAction", "onDetection"},
-        [](const auto& rule) -> const auto& { return rule.onDetection.mainAction; });
-  }
-  as::RuleSet set;
-  ASSERT_TRUE(
-      Load(With("onDetection/mainAction", R"({"action": "deliverEmail", "address": "x"})"), set));
-  EXPECT_FALSE(Save(set)["rules"][0]["onDetection"]["mainAction"].isMember("address"));
-}
-
-TEST_F(AntispamRules, TheSecondaryActionTable) {
-  const rule_test::Row rows[] = {
-      // A tag's extra data is optional, and ignored when it does not load.
-      {R"([{"action": "tagSubject", "data": "[S]", "extraData": {}}])",
-       R"([{0 "[S]" "" {1 1} []},])",
-       {}},
-      {R"([{"action": "tagSubject"}])", nullptr, {"data"}},
-      {R"([{"action": "addHeader", "data": "X-Spam"}])", nullptr, {"extraData"}},
-      {R"([{"action": "saveToFolder"}])", nullptr, {"data"}},
-      // Data of the other kinds is not read for a string action.
-      {R"([{"action": "bccTo", "data": 12, "extraData": "no"}])", R"([{3 "12" "" {1 1} []},])", {}},
-      {R"([{"action": "addSCLHeader", "data": {"any": 1}}])", R"([{4 "" "" {1 1} []},])", {}},
-      // Both parties are told unless said otherwise.
-      {R"([{"action": "notifyInternalRecipients", "data": {"receivers": false}}])",
-       R"([{5 "" "" {1 0} []},])",
-       {}},
-      {R"([{"action": "notifyInternalRecipients"}])", nullptr, {"data"}},
-      {R"([{"action": "notifyInternalRecipients", "data": {"sender": "no"}}])",
-       nullptr,
-       {"sender", "data"}},
-      {R"([{"action": "notifyRecipients", "data": ["a", "b"]}])",
-       R"([{6 "" "" {1 1} ["a","b",]},])",
-       {}},
-      {R"([{"action": "notifyRecipients", "data": "a@b.c"}])", nullptr, {"data"}},
-      {R"([{"action": "notifyRecipients", "data": ["a@b.c", {}]}])", nullptr, {"data[1]", "data"}},
-      {R"([{"action": "forwardEmail", "data": {"to": "x"}}])", nullptr, {"action"}},
-      {R"(["tagSubject"])", nullptr, {}},
-  };
-  for (const rule_test::Row& row : rows) {
-    Check(
-        "onDetection/secondaryActions", row,
-        {"secondaryActions[0]", "secondaryActions", "onDetection"},
-        [](const auto& rule) -> const auto& { return rule.onDetection.secondaryActions; });
-  }
 }
 
 // Records which slot was called.

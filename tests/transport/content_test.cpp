@@ -1,10 +1,9 @@
-// The content rule set in JSON: a full rule saved with every key, the
-// main-action, secondary-action and match tables, the rule-set envelope, and a
-// match that cannot be written. tests/host/content.jsonl drives it end to end.
+// The content rule set in JSON: a full rule saved with every key, and a match
+// that cannot be written. tests/host/content.jsonl drives it end to end, with
+// the main-action, secondary-action and match tables.
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "tests/transport/rule_filters.h"
 #include "transport/content/content_schema.h"
@@ -55,86 +54,6 @@ TEST_F(ContentRules, AHandWrittenRuleLoadsEveryMemberAndSavesEveryKey) {
             R"({3 "audit@example.test" {1 1} [] ""},{4 "" {1 0} [] ""},)"
             R"({5 "" {1 1} ["postmaster@example.test",] "x"},]})");
   EXPECT_EQ(Compact(Save(set)), Canonical(kRuleSetText));
-}
-
-// A redirect needs non-empty "data"; the other actions read it when present.
-TEST_F(ContentRules, TheMainActionTable) {
-  const rule_test::Row rows[] = {
-      {R"({"action": "deliverEmail", "data": "x"})", R"({3 "x"})", {}},
-      {R"({"action": "rejectOrDeleteEmail"})", R"({0 ""})", {}},
-      {R"({"action": "redirectEmail"})", nullptr, {"data"}},
-      {R"({"action": "redirectEmail", "data": ""})", nullptr, {}},
-      {R"({"action": "quarantineEmail", "data": {}})", nullptr, {"data"}},
-      {R"({"action": "deleteAttachment"})", nullptr, {"action"}},
-  };
-  for (const rule_test::Row& row : rows) {
-    Check(
-        "onDetection/mainAction", row, {"mainAction", "onDetection"},
-        [](const ct::RuleSet::Rule& rule) -> const auto& { return rule.onDetection.mainAction; });
-  }
-  ExpectRefused(With("onDetection/mainAction", nullptr), {"mainAction", "onDetection"});
-}
-
-// No "addSCLHeader": the notifications are 4 and 5; the form of "data"
-// follows the action; "extraData" is optional text.
-TEST_F(ContentRules, TheSecondaryActionTable) {
-  const rule_test::Row rows[] = {
-      {R"([{"action": "notifyInternalRecipients", "data": {}}])", R"([{4 "" {1 1} [] ""},])", {}},
-      {R"([{"action": "notifyRecipients", "data": []}])", R"([{5 "" {1 1} [] ""},])", {}},
-      {R"([{"action": "bccTo", "data": 42}])", R"([{3 "42" {1 1} [] ""},])", {}},
-      {R"([{"action": "addSCLHeader"}])", nullptr, {"action"}},
-      {R"([{"action": "TagSubject", "data": "a"}])", nullptr, {"action"}},
-      {R"([{"action": 4}])", nullptr, {"action"}},
-      {R"([{"action": "tagSubject"}])", nullptr, {"data"}},
-      {R"([{"action": "addHeader", "data": ["h"]}])", nullptr, {"data"}},
-      {R"([{"action": "notifyInternalRecipients", "data": "all"}])", nullptr, {"data"}},
-      {R"([{"action": "notifyRecipients", "data": "a@example.test"}])", nullptr, {"data"}},
-      {R"([{"action": "notifyRecipients", "data": ["a", {}]}])", nullptr, {"data[1]", "data"}},
-      {R"([{"action": "tagSubject", "data": "t", "extraData": []}])", nullptr, {"extraData"}},
-  };
-  for (const rule_test::Row& row : rows) {
-    Check(
-        "onDetection/secondaryActions", row,
-        {"secondaryActions[0]", "secondaryActions", "onDetection"},
-        [](const ct::RuleSet::Rule& rule) -> const auto& {
-          return rule.onDetection.secondaryActions;
-        });
-  }
-}
-
-// Subject and body are each optional but hold a match list; a match needs
-// "find" and a known engine. The body's matches are described.
-TEST_F(ContentRules, TheMatchTable) {
-  const rule_test::Row rows[] = {
-      {"{}", "[]", {}},
-      {R"({"subject": {"match": []}})", "[]", {}},
-      {R"({"body": {"match": [{"find": ["w", 7], "engine": "regexp"}]}})",
-       R"([{["w","7",] 0 0 1},])",
-       {}},
-      {R"({"subject": {"match": [{"engine": "regexp"}]}})",
-       nullptr,
-       {"find", "match[0]", "match", "subject"}},
-      {R"({"body": {"match": [{"find": ["w"]}]}})",
-       nullptr,
-       {"engine", "match[0]", "match", "body"}},
-      {R"({"body": {"match": [{"find": ["w"], "engine": "Regexp"}]}})",
-       nullptr,
-       {"engine", "match[0]", "match", "body"}},
-      {R"({"body": {"match": [{"find": "free", "engine": "text"}]}})",
-       nullptr,
-       {"find", "match[0]", "match", "body"}},
-      {R"({"body": {"match": [{"find": [], "wholeWord": "yes", "engine": "text"}]}})",
-       nullptr,
-       {"wholeWord", "match[0]", "match", "body"}},
-      {R"({"subject": {}})", nullptr, {"match", "subject"}},
-      {R"({"body": []})", nullptr, {"body"}},
-      {"[]", nullptr, {}},
-  };
-  for (const rule_test::Row& row : rows) {
-    Check(
-        "scanSettings", row, {"scanSettings"},
-        [](const ct::RuleSet::Rule& rule) -> const auto& { return rule.scanSettings.body.match; });
-  }
 }
 
 // An engine without a name has no JSON form; neither has the document holding it.

@@ -2,13 +2,10 @@
 // Test helpers for the filter rule sets: the failure log, a fixture for tests
 // that start from a hand-written document, a plain-text description of
 // records written member by member without the schemas (so that a member a
-// schema forgets or mixes up shows as a difference), and the building blocks
-// of a seeded generator of valid rules.
+// schema forgets or mixes up shows as a difference).
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <iterator>
-#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -196,67 +193,6 @@ class RuleSetTest : public LoggedTest {
       ExpectRefused(doc, row.failed, enclosing);
     }
   }
-};
-
-// Seeded random parts of valid rules: whatever it makes saves and loads back.
-class Generator {
- public:
-  explicit Generator(uint32_t seed) : random_(seed) {}
-
-  uint32_t Below(uint32_t n) { return std::uniform_int_distribution<uint32_t>(0, n - 1)(random_); }
-  bool Coin() { return Below(2) == 1; }
-  uint32_t Any32() { return std::uniform_int_distribution<uint32_t>()(random_); }
-
-  // Text of every kind a JSON string carries: empty, ASCII, quotes and
-  // escapes, accents, CJK, a character beyond the 16-bit plane.
-  kel::StringW String() {
-    static const wchar_t* const kPieces[] = {
-        L"a", L"\"", L"\\", L"/", L"\t", L"\n", L" ", L"\u00e9", L"\u65e5", L"\U0001F600", L"x.y@"};
-    kel::StringW text;
-    for (uint32_t i = Below(8); i > 0; --i) text += kPieces[Below(std::size(kPieces))];
-    return text;
-  }
-
-  // Fewer than `n` items made by `make`.
-  template <class T, class Make>
-  kel::List<T> ListOf(uint32_t n, Make make) {
-    kel::List<T> list;
-    for (uint32_t i = Below(n); i > 0; --i) list.EmplaceBack(make());
-    return list;
-  }
-
-  // Each of `members` made at random by its type: a flag, text, or a list of text.
-  template <class... T>
-  void Fill(T&... members) {
-    (Make(members), ...);
-  }
-
-  void Header(RuleHeader& h) {
-    Fill(h.enabled, h.name, h.description, h.detectionWithoutScan, h.stopProcessing);
-    h.scope.traffic = 1 + Below(7);  // at least one direction
-    // A condition is either absent (consider 0, nothing else) or complete.
-    for (Condition* c : {&h.scope.sentBy, &h.scope.sentTo}) {
-      c->consider = Below(4);
-      if (c->consider != 0) Fill(c->users, c->groups, c->wildcards, c->domains);
-    }
-  }
-
-  // The common main action; only a redirect has a target.
-  MainAction MakeMainAction() {
-    MainAction a;
-    a.action = Below(4);
-    if (a.action == 1) a.data = String();
-    return a;
-  }
-
- private:
-  void Make(uint8_t& flag) { flag = static_cast<uint8_t>(Below(2)); }
-  void Make(kel::StringW& text) { text = String(); }
-  void Make(kel::List<kel::StringW>& list) {
-    list = ListOf<kel::StringW>(4, [this] { return String(); });
-  }
-
-  std::mt19937 random_;
 };
 
 }  // namespace rule_test
