@@ -45,9 +45,7 @@ void AgentBase::Describe(Json::Value& document) const {
   names["match"] = rules_.match == NameMatch::kExact ? "exact" : "ignoringCase";
   if (rules_.stripPrefix) names["prefix"] = Utf8(name_.c_str()) + ".";
   Json::Value& methods = document["methods"] = Json::Value(Json::objectValue);
-  const PolicyMethodTable table = PolicyMethods();
-  for (size_t i = 0; i < table.count; ++i) {
-    const PolicyMethodEntry& row = table.rows[i];
+  for (const PolicyMethodEntry& row : PolicyMethods()) {
     if (!row.name || !row.handler) continue;
     Json::Value& method = methods[Utf8(row.name)];
     // A name listed twice answers by its first row, as Find does.
@@ -56,10 +54,9 @@ void AgentBase::Describe(Json::Value& document) const {
     method["output"] = ShapeSchema(row.output, false);
   }
   Json::Value& events = document["events"] = Json::Value(Json::objectValue);
-  const EventTable sent = Events();
-  for (size_t i = 0; i < sent.count; ++i) {
-    Json::Value& body = events[Utf8(sent.rows[i].name)];
-    if (body.isNull()) body = ShapeSchema(sent.rows[i].body, false);
+  for (const EventEntry& row : Events()) {
+    Json::Value& body = events[Utf8(row.name)];
+    if (body.isNull()) body = ShapeSchema(row.body, false);
   }
 }
 

@@ -23,6 +23,7 @@
 #include <json/value.h>
 
 #include "agent/json/json_schema_writer.h"
+#include "agent/row_table.h"
 
 namespace EnterpriseIntegration {
 
@@ -79,13 +80,8 @@ struct EventEntry {
   MethodShape body;
 };
 
-struct EventTable {
-  const EventEntry* rows = nullptr;
-  size_t count = 0;
-
-  EventTable() = default;
-  template <size_t N>
-  EventTable(const EventEntry (&table)[N]) : rows(table), count(N) {}  // NOLINT
+struct EventTable : RowTable<EventEntry> {
+  using RowTable::RowTable;
 };
 
 template <class T>

@@ -17,11 +17,11 @@ bool EqualIgnoringCase(const wchar_t* a, const wchar_t* b) {
 
 const PolicyMethodEntry* PolicyMethodTable::Find(const wchar_t* name, NameMatch match) const {
   // An empty row (no name, no handler) only holds a place in a table.
-  for (size_t i = 0; i < count; ++i) {
-    if (!rows[i].name || !rows[i].handler) continue;
-    const bool same = match == NameMatch::kExact ? std::wcscmp(rows[i].name, name) == 0
-                                                 : EqualIgnoringCase(rows[i].name, name);
-    if (same) return &rows[i];
+  for (const PolicyMethodEntry& row : *this) {
+    if (!row.name || !row.handler) continue;
+    const bool same = match == NameMatch::kExact ? std::wcscmp(row.name, name) == 0
+                                                 : EqualIgnoringCase(row.name, name);
+    if (same) return &row;
   }
   return nullptr;
 }

@@ -30,13 +30,8 @@ struct PolicyMethodEntry {
   MethodShape output;
 };
 
-struct PolicyMethodTable {
-  const PolicyMethodEntry* rows = nullptr;
-  size_t count = 0;
-
-  PolicyMethodTable() = default;
-  template <size_t N>
-  PolicyMethodTable(const PolicyMethodEntry (&table)[N]) : rows(table), count(N) {}  // NOLINT
+struct PolicyMethodTable : RowTable<PolicyMethodEntry> {
+  using RowTable::RowTable;
 
   // The first row whose name equals `name` by `match`, or null.
   const PolicyMethodEntry* Find(const wchar_t* name,
